@@ -1,0 +1,36 @@
+# What all targets of the project share: language level, warnings, sanitizers, test registration.
+
+find_package(Threads REQUIRED)
+
+add_library(quorvane_options INTERFACE)
+target_compile_features(quorvane_options INTERFACE cxx_std_20)
+target_compile_options(quorvane_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
+  -Woverloaded-virtual -Wold-style-cast -Wcast-qual -Wformat=2 -Wundef -Werror)
+target_include_directories(quorvane_options INTERFACE $<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}>)
+target_link_libraries(quorvane_options INTERFACE Threads::Threads)
+
+if(QV_SANITIZE)
+  target_compile_options(quorvane_options INTERFACE
+    -fsanitize=${QV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(quorvane_options INTERFACE -fsanitize=${QV_SANITIZE})
+endif()
+
+# qv_add_library(NAME SOURCES...): a static library of this project.
+function(qv_add_library name)
+  add_library(${name} STATIC ${ARGN})
+  target_link_libraries(${name} PUBLIC $<BUILD_INTERFACE:quorvane_options>)
+endfunction()
+
+# qv_add_tests(NAME SOURCES... [LIBRARIES ...]): a GoogleTest program. Each of its tests runs in a
+# process of its own, because the kit's singletons live as long as their process.
+function(qv_add_tests name)
+  cmake_parse_arguments(arg "" "TIMEOUT" "LIBRARIES" ${ARGN})
+  if(NOT arg_TIMEOUT)
+    set(arg_TIMEOUT 120)
+  endif()
+  add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
+  target_link_libraries(${name} PRIVATE quorvane_options ${arg_LIBRARIES} GTest::gmock
+                                        GTest::gtest_main)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT ${arg_TIMEOUT})
+endfunction()

@@ -1,0 +1,16 @@
+// The system's console log.
+#pragma once
+
+#include <string>
+
+namespace quorvane::platform {
+
+/// Any thread.
+class ConsoleLog {
+public:
+    virtual ~ConsoleLog() = default;
+    /// Writes one message.
+    virtual void log(const std::string& message) = 0;
+};
+
+} // namespace quorvane::platform

@@ -1,0 +1,84 @@
+// Files and folders. One instance serves one operation of the kit: makers hand out fresh ones.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/Values.h"
+
+namespace quorvane::platform {
+
+/// Wall-clock time with the file system's resolution.
+using FileTime = std::chrono::time_point<std::chrono::system_clock, std::chrono::nanoseconds>;
+
+/// What a path leads to.
+struct Existence {
+    bool exists = false;
+    bool isDirectory = false;
+};
+
+/// Attributes of an item itself (a final link is not followed). Absent where the file system has
+/// none.
+struct ItemAttributes {
+    std::optional<bool> immutable;
+    std::optional<unsigned long> posixPermissions;
+    std::optional<FileTime> creationDate;
+    std::optional<FileTime> modificationDate;
+    std::uint64_t size = 0;
+};
+
+/// Attributes to change; an absent one stays as it is.
+struct AttributeChanges {
+    std::optional<bool> immutable;
+    std::optional<unsigned long> posixPermissions;
+    std::optional<FileTime> creationDate;
+    std::optional<FileTime> modificationDate;
+};
+
+/// An open stream: an integer handle whose value is the descriptor where the system has
+/// descriptors.
+enum class StreamHandle : std::int64_t {};
+
+/// One instance per operation; an instance is used by one thread.
+class FileManager {
+public:
+    virtual ~FileManager() = default;
+
+    /// Follows symbolic links: a link whose target is missing or loops does not exist.
+    virtual Existence existence(const Path& path) = 0;
+    /// The entries' names without "." and "..", hidden ones included, in the order of the listing.
+    virtual Result<std::vector<std::string>> contentsOfDirectory(const Path& path) = 0;
+    /// Deletes an item, a folder with all below it; never follows a symbolic link, the final one
+    /// included. Stops at the first item that cannot be deleted.
+    virtual Result<void> removeItem(const Path& path) = 0;
+    /// Renames an item within one volume. Fails with EEXIST where the destination exists.
+    virtual Result<void> moveItem(const Path& source, const Path& destination) = 0;
+    /// Makes a folder and the missing ones above it; an existing folder is success.
+    virtual Result<void> createDirectories(const Path& path) = 0;
+
+    virtual Result<ItemAttributes> attributes(const Path& path) = 0;
+    /// Changes attributes in the order of their declaration and stops at the first failure. Setting
+    /// an attribute to what it is needs no rights. Never follows a final symbolic link, never opens
+    /// a device or FIFO.
+    virtual Result<void> setAttributes(const Path& path, const AttributeChanges& changes) = 0;
+    /// Whether the process may write, or execute, what is at the path; false when nothing is.
+    virtual bool isWritable(const Path& path) = 0;
+    virtual bool isExecutable(const Path& path) = 0;
+
+    /// Replaces the file's content in one step: readers see the old file or the new one, whole.
+    virtual Result<void> writeAtomically(const Path& path, std::string_view content) = 0;
+    /// Opens an existing file for writing at its start; creates nothing.
+    virtual Result<StreamHandle> openForWriting(const Path& path) = 0;
+    /// Moves to the end and answers the position in bytes.
+    virtual Result<std::uint64_t> seekToEnd(StreamHandle handle) = 0;
+    /// Writes up to all bytes and answers how many were written before a failure; an error only
+    /// when none were.
+    virtual Result<std::size_t> write(StreamHandle handle, std::string_view bytes) = 0;
+    virtual void close(StreamHandle handle) = 0;
+};
+
+} // namespace quorvane::platform

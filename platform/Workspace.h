@@ -1,0 +1,31 @@
+// The desktop's workspace: the Trash, application bundles, volumes.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/Values.h"
+
+namespace quorvane::platform {
+
+/// Any thread.
+class Workspace {
+public:
+    virtual ~Workspace() = default;
+
+    /// Moves the named items of the source folder to the Trash, so that the desktop lists them and
+    /// can put them back. A final symbolic link is moved itself. The destination is where the
+    /// caller expects the items; an item on another volume goes to that volume's own Trash. A taken
+    /// name gets a free one. On the first failure it stops: that item and those after it stay as
+    /// they were. Never copies, never deletes.
+    virtual Result<void> recycle(const Path& sourceFolder, const Path& destinationFolder,
+                                 const std::vector<std::string>& names) = 0;
+    /// The path of the application bundle with this identifier; null when there is none.
+    virtual MaybePath bundlePath(const std::string& identifier) = 0;
+    /// Whether the item is a folder that the desktop presents as one file, such as an application.
+    virtual bool isFilePackage(const Path& path) = 0;
+    /// Tells the desktop that something changed at the path. Does nothing where nobody listens.
+    virtual void noteFileSystemChanged(const Path& path) = 0;
+};
+
+} // namespace quorvane::platform

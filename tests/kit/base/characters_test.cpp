@@ -1,0 +1,50 @@
+#include "kit/base/characters.h"
+
+#include <gtest/gtest.h>
+
+namespace quorvane {
+namespace {
+
+TEST(Characters, CountsUtf16Units) {
+    EXPECT_EQ(characterCount(""), 0U);
+    EXPECT_EQ(characterCount("abc"), 3U);
+    EXPECT_EQ(characterCount("é€"), 2U);
+    EXPECT_EQ(characterCount("😀"), 2U);
+}
+
+TEST(Characters, CountsEachInvalidByteOnce) {
+    EXPECT_EQ(characterCount("\xff\xfe"), 2U);
+    EXPECT_EQ(characterCount("\xe2\x82"), 2U);
+    EXPECT_EQ(characterCount("\xc0\xaf"), 2U);     // overlong
+    EXPECT_EQ(characterCount("\xed\xa0\x80"), 3U); // surrogate
+}
+
+TEST(Characters, DropsFromBothEnds) {
+    EXPECT_EQ(dropFirstCharacters("é€x", 2), "x");
+    EXPECT_EQ(dropFirstCharacters("ab", 5), "");
+    EXPECT_EQ(dropLastCharacters("/Applications/", 2), "/Application");
+    EXPECT_EQ(dropLastCharacters("/a/é/", 2), "/a/");
+    EXPECT_EQ(dropLastCharacters("/a/😀/", 2), "/a/");
+    EXPECT_EQ(dropLastCharacters("a", 2), "");
+}
+
+TEST(Characters, TrimsWhiteSpaceAndLineBreaks) {
+    EXPECT_EQ(trimWhitespace(" \t\r\n a b \n"), "a b");
+    EXPECT_EQ(trimWhitespace("\u00a0\u2028x\u3000"), "x");
+    EXPECT_EQ(trimWhitespace("\n \n"), "");
+    EXPECT_EQ(trimWhitespace("\x80\xff"), "\x80\xff");
+}
+
+TEST(Characters, KnowsValidUtf8) {
+    EXPECT_TRUE(isValidUtf8("é😀"));
+    EXPECT_FALSE(isValidUtf8("a\xff"));
+    EXPECT_FALSE(isValidUtf8("\xf4\x90\x80\x80"));
+}
+
+TEST(Characters, ReplacesInOnePass) {
+    EXPECT_EQ(replaceAll("%%%%%%", "%%%", "%%"), "%%%%");
+    EXPECT_EQ(replaceAll("abc", "x", "y"), "abc");
+}
+
+} // namespace
+} // namespace quorvane
