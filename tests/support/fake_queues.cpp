@@ -29,6 +29,7 @@ void FakeQueues::sleepFor(double seconds) {
     std::ostringstream entry;
     entry << "queues.sleepFor " << seconds;
     journal_.add(entry.str());
+    advance(seconds);
     if (sleepAction_) return sleepAction_(seconds);
     std::this_thread::sleep_for(kSleep);
 }

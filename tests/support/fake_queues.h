@@ -1,6 +1,7 @@
 // Threads and sleeps in the test's hand.
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <mutex>
 #include <thread>
@@ -32,6 +33,9 @@ public:
 
     void detachThread(std::function<void()> operation) override;
     void sleepFor(double seconds) override;
+    /// Goes on by the seconds slept and by what the test adds.
+    double uptime() override { return uptime_; }
+    void advance(double seconds) { uptime_ = uptime_ + seconds; }
 
     /// Set these before other threads ask.
     void setMode(Detached mode) { mode_ = mode; }
@@ -45,6 +49,7 @@ public:
 
 private:
     Journal& journal_;
+    std::atomic<double> uptime_ = 0;
     Detached mode_ = Detached::onThread;
     std::function<void(double)> sleepAction_;
     std::mutex mutex_;
