@@ -1,6 +1,11 @@
 #include "tests/support/fake_platform.h"
 
 namespace quorvane::testing {
+namespace {
+
+constexpr double kEventSlice = 0.01; // seconds that waiting for an event takes
+
+} // namespace
 
 FakePlatform::FakePlatform()
     : services{.application = application,
@@ -16,7 +21,9 @@ FakePlatform::FakePlatform()
                .systemInfo = systemInfo,
                .userIdentity = identity,
                .workspace = workspace},
-      before_(platform::installServices(&services)) {}
+      before_(platform::installServices(&services)) {
+    application->onNextEvent([this] { queues->advance(kEventSlice); });
+}
 
 FakePlatform::~FakePlatform() {
     application->endLoop();
