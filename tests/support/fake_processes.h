@@ -19,17 +19,17 @@ namespace quorvane::testing {
 /// What a scripted tool does once it is launched.
 struct FakeTool {
     /// What one read of the stream gives, in order.
-    std::vector<Bytes> output;
-    std::vector<Bytes> error;
+    std::vector<Bytes> output = {};
+    std::vector<Bytes> error = {};
     int exitStatus = 0;
     /// It runs until it is terminated or the test ends it, and keeps its streams open.
     bool runsUntilTerminated = false;
     /// With the above: it closes its streams although it runs on.
     bool closesItsStreams = false;
     /// What launching it throws.
-    std::optional<platform::Exception> launchFailure;
+    std::optional<platform::Exception> launchFailure = {};
     /// Its effect on the world, performed while it is launched.
-    std::function<void(const platform::LaunchDescription&)> effect;
+    std::function<void(const platform::LaunchDescription&)> effect = {};
 };
 
 /// A pipe whose writing end the scripted tool holds.
