@@ -48,7 +48,9 @@ platform::Existence FakeDisk::existence(const Path& path) const {
     const std::lock_guard lock(mutex_);
     const Place place = findItem(root_, path, FinalLink::follow);
     if (!place) return {};
-    return {true, place.value().item->isFolder()};
+    const FakeItem& item = *place.value().item;
+    const platform::FileIdentity identity{0, reinterpret_cast<std::uintptr_t>(&item)};
+    return {true, item.isFolder(), identity};
 }
 
 Result<std::vector<std::string>> FakeDisk::contentsOfDirectory(const Path& path) {
