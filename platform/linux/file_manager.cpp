@@ -62,7 +62,7 @@ Existence LinuxFileManager::existence(const Path& path) {
     const Result<Path> plain = systemPath(path);
     struct stat status {};
     if (!plain || stat(plain.value().c_str(), &status) != 0) return {};
-    return {true, S_ISDIR(status.st_mode)};
+    return {true, S_ISDIR(status.st_mode), {status.st_dev, status.st_ino}};
 }
 
 Result<std::vector<std::string>> LinuxFileManager::contentsOfDirectory(const Path& path) {
