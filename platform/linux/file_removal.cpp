@@ -97,6 +97,7 @@ Result<void> TreeRemoval::enter(const std::string& name) {
     if (!identity) return identity.error();
     if (identity.value().mount != levels_.back().identity.mount) return systemError(EBUSY);
     Result<std::vector<DirectoryEntry>> entries = readEntries(folder.get());
+    if (!entries && entries.error().code == ENOENT) return {};
     if (!entries) return entries.error();
     if (levels_.size() >= kMostOpen) levels_[levels_.size() - kMostOpen].folder.reset();
     levels_.push_back({name, identity.value(), std::move(folder), std::move(entries.value())});
