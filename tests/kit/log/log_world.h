@@ -8,12 +8,8 @@
 #include <gtest/gtest.h>
 
 #include "kit/log/QVLog.h"
-#include "platform/Services.h"
 #include "tests/support/errors.h"
-#include "tests/support/fake_application.h"
-#include "tests/support/fake_file_manager.h"
-#include "tests/support/fake_identity.h"
-#include "tests/support/fake_system.h"
+#include "tests/support/fake_platform.h"
 
 namespace quorvane::testing {
 
@@ -32,8 +28,7 @@ std::vector<std::string> undated(const std::string& content);
 
 class LogTest : public ::testing::Test {
 protected:
-    LogTest();
-    ~LogTest() override;
+    LogTest() { disk->addFolder("/Users/anna/Library"); }
 
     static QVLog& log() { return QVLog::sharedController(); }
     /// The messages of a file, once everything is written.
@@ -49,17 +44,9 @@ protected:
     /// Adds an empty current log, without a header.
     void addCurrentLog() { disk->addFile(kCurrent); }
 
-    std::shared_ptr<Journal> journal = std::make_shared<Journal>();
-    std::shared_ptr<FakeDisk> disk = std::make_shared<FakeDisk>();
-    std::shared_ptr<FakeApplication> application = std::make_shared<FakeApplication>(*journal);
-    std::shared_ptr<FakeExceptions> exceptions = std::make_shared<FakeExceptions>();
-    std::shared_ptr<FakeIdentity> identity = std::make_shared<FakeIdentity>();
-    std::shared_ptr<FakePropertyLists> propertyLists = std::make_shared<FakePropertyLists>();
-    std::shared_ptr<FakeSystemInfo> system = std::make_shared<FakeSystemInfo>();
-    platform::Services services;
-
-private:
-    const platform::Services* before_;
+    FakePlatform system;
+    const std::shared_ptr<Journal> journal = system.journal;
+    const std::shared_ptr<FakeDisk> disk = system.disk;
 };
 
 } // namespace quorvane::testing
