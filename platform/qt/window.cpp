@@ -130,8 +130,8 @@ void WindowWidget::add(const ButtonRow& row) {
         if (escapes) escapeButton_ = widget;
         if (button.key == Button::Key::enter) enterButton_ = widget;
     }
-    orderByPlace(*box);
     layout()->addWidget(box);
+    orderByPlace(*box);
     buttons_ = box;
 }
 
