@@ -117,7 +117,7 @@ TEST_F(FileRemoval, StopsAtFoldersOfOthersRights) {
 }
 
 TEST_F(FileRemoval, ToleratesAnotherRemovalOfTheSameTree) {
-    for (int round = 0; round < 20; ++round) {
+    for (int round = 0; round < 10; ++round) {
         for (int number = 0; number < 40; ++number)
             scratch_.addFile("tree/" + std::to_string(number) + "/below/file");
         const auto removeIt = [&] {
@@ -157,7 +157,7 @@ TEST_F(FileRemoval, NeverGoesUpIntoAnotherFolder) {
     for (int level = 0; level < kDepth / 2; ++level) middle += "/below";
     std::string deepest = "tree";
     for (int level = 0; level < kDepth; ++level) deepest += "/below";
-    for (int round = 0; round < 10; ++round) {
+    for (int round = 0; round < 5; ++round) {
         scratch_.addFile("kept/file");
         addChain(scratch_.addFolder("tree"), kDepth, ChainHolds::foldersAndFiles);
         std::thread attacker([&] {
