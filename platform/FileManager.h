@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <compare>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -15,10 +16,18 @@ namespace quorvane::platform {
 /// Wall-clock time with the file system's resolution.
 using FileTime = std::chrono::time_point<std::chrono::system_clock, std::chrono::nanoseconds>;
 
-/// What a path leads to.
+/// What tells two items apart, whatever paths lead to them.
+struct FileIdentity {
+    std::uint64_t volume = 0;
+    std::uint64_t node = 0;
+    auto operator<=>(const FileIdentity&) const = default;
+};
+
+/// What a path leads to; the identity of an absent item means nothing.
 struct Existence {
     bool exists = false;
     bool isDirectory = false;
+    FileIdentity identity;
 };
 
 /// Attributes of an item itself (a final link is not followed). Absent where the file system has
@@ -33,10 +42,10 @@ struct ItemAttributes {
 
 /// Attributes to change; an absent one stays as it is.
 struct AttributeChanges {
-    std::optional<bool> immutable;
-    std::optional<unsigned long> posixPermissions;
-    std::optional<FileTime> creationDate;
-    std::optional<FileTime> modificationDate;
+    std::optional<bool> immutable = std::nullopt;
+    std::optional<unsigned long> posixPermissions = std::nullopt;
+    std::optional<FileTime> creationDate = std::nullopt;
+    std::optional<FileTime> modificationDate = std::nullopt;
 };
 
 /// An open stream: an integer handle whose value is the descriptor where the system has

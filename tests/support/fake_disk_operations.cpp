@@ -10,7 +10,6 @@
 namespace quorvane::testing {
 namespace {
 
-using platform::Error;
 using platform::Result;
 using platform::StreamHandle;
 
@@ -48,7 +47,9 @@ platform::Existence FakeDisk::existence(const Path& path) const {
     const std::lock_guard lock(mutex_);
     const Place place = findItem(root_, path, FinalLink::follow);
     if (!place) return {};
-    return {true, place.value().item->isFolder()};
+    const FakeItem& item = *place.value().item;
+    const platform::FileIdentity identity{0, reinterpret_cast<std::uintptr_t>(&item)};
+    return {true, item.isFolder(), identity};
 }
 
 Result<std::vector<std::string>> FakeDisk::contentsOfDirectory(const Path& path) {
@@ -115,7 +116,6 @@ Result<void> FakeDisk::makeFolders(const Path& path) {
         const Path prefix = path.substr(0, slash);
         const Place followed = findItem(root_, prefix, FinalLink::follow);
         if (followed && followed.value().item->isFolder()) continue;
-        if (!followed && followed.error().code != ENOENT) return followed.error();
         const Place place = findPlace(root_, prefix, FinalLink::keep);
         if (!place) return place.error();
         const FakePlace& here = place.value();
