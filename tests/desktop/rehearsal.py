@@ -17,7 +17,7 @@ import restoring
 import sample_installation
 from outcome import Outcome, chosen_options, world
 from running_tools import RunningTools
-from session import NOTES, UID, VirtualDisplay, as_user, in_session, sanitizer_settings
+from session import NOTES, UID, VirtualDisplay, in_session
 
 
 def arguments():
@@ -102,7 +102,9 @@ class Rehearsal:
         threading.Thread(target=_let_progress_be_seen, daemon=True).start()
         screen = {name: os.environ[name] for name in ("DISPLAY", "XAUTHORITY", "WAYLAND_DISPLAY")
                   if name in os.environ}
-        status = subprocess.run(in_session([self.wanted.program], **screen), check=False).returncode
+        with open(NOTES + "/session.log", "w", encoding="utf-8") as log:
+            status = subprocess.run(in_session([self.wanted.program], **screen), check=False,
+                                    stdout=log, stderr=log).returncode
         if status != 0:
             self.problems.append(f"the program's exit status is {status}")
         return chosen_options(self.items)
