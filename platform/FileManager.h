@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <compare>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -15,10 +16,18 @@ namespace quorvane::platform {
 /// Wall-clock time with the file system's resolution.
 using FileTime = std::chrono::time_point<std::chrono::system_clock, std::chrono::nanoseconds>;
 
-/// What a path leads to.
+/// What tells two items apart, whatever paths lead to them.
+struct FileIdentity {
+    std::uint64_t volume = 0;
+    std::uint64_t node = 0;
+    auto operator<=>(const FileIdentity&) const = default;
+};
+
+/// What a path leads to; the identity of an absent item means nothing.
 struct Existence {
     bool exists = false;
     bool isDirectory = false;
+    FileIdentity identity;
 };
 
 /// Attributes of an item itself (a final link is not followed). Absent where the file system has

@@ -1,4 +1,4 @@
-// Threads that nobody joins.
+// Threads that nobody joins, and the time that passes for them.
 #pragma once
 
 #include <functional>
@@ -13,6 +13,8 @@ public:
     virtual void detachThread(std::function<void()> operation) = 0;
     /// Puts the calling thread to sleep.
     virtual void sleepFor(double seconds) = 0;
+    /// Seconds on a clock that never goes back and goes on while threads sleep.
+    virtual double uptime() = 0;
 };
 
 } // namespace quorvane::platform

@@ -1,0 +1,94 @@
+// Files and folders, the plain way first and with administrator rights where that fails.
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "platform/FileManager.h"
+#include "platform/Values.h"
+
+namespace quorvane {
+
+/// Whether an operation that fails the plain way may go on with administrator rights.
+enum class ShouldAuth : bool { no, yes };
+/// Whether a touch sets the creation date to now as well.
+enum class SetCreationDate : bool { no, yes };
+
+/// Class operations on absolute paths, without state, from any thread.
+///
+/// Operations that change something come in up to three forms. The plain form allows the privileged
+/// fallback; the form with ShouldAuth chooses; both return true for done or under way, since a tool
+/// that runs with administrator rights may still be at it. The form with seconds waits until the
+/// change is visible, for at most that long, and answers whether it is: 0 or less looks once. On
+/// the main thread it keeps the application's events going while it waits.
+///
+/// A null path gives false, null or nothing done; where an operation differs, it says so.
+class QVFileManager {
+public:
+    QVFileManager() = delete;
+
+    // Trash and removal
+
+    /// `fileExistsAtPath:`, `isDirectoryAtPath:`: links are followed, a dangling one is absent.
+    static bool fileExistsAtPath(const MaybePath& path);
+    static bool isDirectoryAtPath(const MaybePath& path);
+
+    /// `trashFile:`, `trashFile:shouldAuth:`: unlocks the item and moves it to the Trash. An absent
+    /// item is success.
+    static bool trashFile(const MaybePath& item, ShouldAuth shouldAuth = ShouldAuth::yes);
+    /// `trashFile:timeout:`.
+    static bool trashFile(const MaybePath& item, std::chrono::seconds timeout);
+    /// `trashDirectoryContents:`, `trashDirectoryContents:shouldAuth:`: every entry of the folder;
+    /// true if all went, or there were none.
+    static bool trashDirectoryContents(const MaybePath& folder,
+                                       ShouldAuth shouldAuth = ShouldAuth::yes);
+    /// `trashFilesOfType:inFolder:`: every file below the folder with that extension (without the
+    /// dot, in any case). Folders, bundles included, are searched and never trashed themselves.
+    /// Answers the paths that were tried, depth first.
+    static std::vector<Path> trashFilesOfType(const MaybeText& extension, const MaybePath& folder);
+    /// `trashFilesNamed:inFolder:`: the same for files with exactly that name.
+    static std::vector<Path> trashFilesNamed(const MaybeText& name, const MaybePath& folder);
+
+    /// `removeFile:`, `removeFile:shouldAuth:`: unlocks the item and deletes it with all below it.
+    /// An absent item is success.
+    static bool removeFile(const MaybePath& item, ShouldAuth shouldAuth = ShouldAuth::yes);
+    /// `removeFile:timeout:`.
+    static bool removeFile(const MaybePath& item, std::chrono::seconds timeout);
+    /// `isFolderEmpty:`: whether the folder holds nothing but ".DS_Store", "Icon\r" and folders
+    /// that are empty in this sense. Links to folders are followed. What cannot be listed counts as
+    /// empty.
+    static bool isFolderEmpty(const MaybePath& folder);
+    /// `removeFolderIfEmpty:`: `removeFile:` of a folder that is empty in that sense.
+    static bool removeFolderIfEmpty(const MaybePath& folder);
+
+    // Locks, permissions, metadata and timestamps
+
+    /// `isFileLocked:`: the item's immutable flag; false when it cannot be read.
+    static bool isFileLocked(const MaybePath& item);
+    /// `lockFile:`, `unlockFile:`: set and clear it. Failures are logged.
+    static void lockFile(const MaybePath& item);
+    static void unlockFile(const MaybePath& item);
+    /// `lockFolder:`, `unlockFolder:`: the same for every file below the folder; folders stay as
+    /// they are. Links to folders are followed.
+    static void lockFolder(const MaybePath& folder);
+    static void unlockFolder(const MaybePath& folder);
+    /// `setPosixPermissions:forFile:`: the permission bits. Failures are logged.
+    static void setPosixPermissions(unsigned long mode, const MaybePath& item);
+    /// `disableFileSystemCachingForFile:`: does nothing; kept for callers of earlier versions.
+    static void disableFileSystemCachingForFile(const MaybePath& item);
+    /// `metadataValueForKey:file:`: an extended attribute as text. Values above 255 bytes cannot be
+    /// read: the answer has their length but not their bytes. Null when absent, empty or not UTF-8.
+    static MaybeText metadataValueForKey(const MaybeText& key, const MaybePath& item);
+    /// `setMetadataValue:forKey:file:`: writes it, up to a first NUL.
+    static bool setMetadataValue(const MaybeText& value, const MaybeText& key,
+                                 const MaybePath& item);
+    /// `touchFile:`, `touchFile:setCreationDate:`: sets the item's times to now, with administrator
+    /// rights where the user may not write it; creates nothing. True once the tool has run.
+    static bool touchFile(const MaybePath& item,
+                          SetCreationDate setCreationDate = SetCreationDate::no);
+    /// `setModificationDate:forFile:`.
+    static bool setModificationDate(platform::FileTime date, const MaybePath& item);
+};
+
+} // namespace quorvane

@@ -1,0 +1,121 @@
+// Command-line tools as child processes: run and wait, collect output, exit status, time-outs.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include "kit/base/encodings.h"
+#include "platform/Processes.h"
+#include "platform/Values.h"
+
+namespace quorvane {
+
+/// Whether a data run captures the tool's standard output, and its standard error.
+enum class LogOutput : bool { no, yes };
+enum class LogError : bool { no, yes };
+
+/// How long a tool may run, in seconds; the watchdog uses the whole part.
+using TaskTimeout = std::chrono::duration<double>;
+
+/// Where a run leaves a reference to its process before it starts it. It does not own the process
+/// and is empty again once the run has let go of it. Any thread.
+class TaskSlot {
+public:
+    std::shared_ptr<platform::Process> process() const;
+    void store(const std::shared_ptr<platform::Process>& process);
+    void clear() { store(nullptr); }
+
+private:
+    mutable std::mutex mutex_;
+    std::weak_ptr<platform::Process> process_;
+};
+
+/// Runs tools by absolute path, each argument passed as it stands, without a shell. What goes wrong
+/// is logged; only `terminationCodeFromTask` lets platform exceptions through.
+///
+/// The untimed forms are class operations, from any thread, and block it until the run ends. In the
+/// timed forms a watchdog sleeps for the time-out and then ends a tool that still runs, on the main
+/// thread: called on the main thread, or while that is blocked, they cannot be timed out.
+class QVTaskEx : public std::enable_shared_from_this<QVTaskEx> {
+public:
+    static std::shared_ptr<QVTaskEx> make();
+
+    /// `runTask:arguments:`, `runTask:arguments:task:`: runs a tool with its output discarded and
+    /// waits for its end. True whatever its exit status; false when it could not be started.
+    static bool runTask(const MaybePath& tool, const Arguments& arguments = {},
+                        TaskSlot* task = nullptr);
+    /// `runTask:arguments:timeout:` of the class.
+    static void runTask(const MaybePath& tool, const Arguments& arguments, TaskTimeout timeout);
+    /// `runTaskAndReturn:arguments:`: starts a tool with its output discarded and lets it run on.
+    static void runTaskAndReturn(const MaybePath& tool, const Arguments& arguments = {});
+
+    /// `dataFromTask:arguments:task:`, `…environment:`, `…logOutput:`, `…logError:`: what the tool
+    /// printed on standard output, or, if that is nothing, on standard error. Standard output is
+    /// read to its end before standard error. Null when the tool could not be run. The run ends
+    /// with the captured streams, not with the process; capturing neither, it returns at once.
+    static std::optional<Bytes>
+    dataFromTask(const MaybePath& tool, const Arguments& arguments, TaskSlot* task,
+                 const std::optional<Environment>& environment = std::nullopt,
+                 LogOutput logOutput = LogOutput::yes, LogError logError = LogError::yes);
+    /// `dataFromTask:arguments:timeout:`, `dataFromTask:arguments:timeout:logOutput:logError:` of
+    /// the class: after the time-out, what was captured until then.
+    static std::optional<Bytes> dataFromTask(const MaybePath& tool, const Arguments& arguments,
+                                             TaskTimeout timeout,
+                                             LogOutput logOutput = LogOutput::yes,
+                                             LogError logError = LogError::yes);
+
+    /// `stringFromTask:arguments:`, `stringFromTask:arguments:task:`, and the same with
+    /// `encoding:`: the data as text; "" when the tool could not be run, null when the bytes are
+    /// not in the encoding.
+    static MaybeText stringFromTask(const MaybePath& tool, const Arguments& arguments = {},
+                                    TaskSlot* task = nullptr);
+    static MaybeText stringFromTask(const MaybePath& tool, const Arguments& arguments,
+                                    TextEncoding encoding, TaskSlot* task);
+    /// `stringFromTask:arguments:timeout:`, `stringFromTask:arguments:encoding:timeout:`,
+    /// `stringFromTask:arguments:encoding:timeout:logOutput:logError:`.
+    static MaybeText stringFromTask(const MaybePath& tool, const Arguments& arguments,
+                                    TaskTimeout timeout);
+    static MaybeText stringFromTask(const MaybePath& tool, const Arguments& arguments,
+                                    TextEncoding encoding, TaskTimeout timeout,
+                                    LogOutput logOutput = LogOutput::yes,
+                                    LogError logError = LogError::yes);
+
+    /// `terminationCodeFromTask:arguments:`, `terminationCodeFromTask:arguments:task:`: runs a tool
+    /// with its output discarded and answers its exit status (a signal's number when one ended it);
+    /// -1 when it is not executable. Throws platform::Exception when it cannot be started.
+    static int terminationCodeFromTask(const MaybePath& tool, const Arguments& arguments = {},
+                                       TaskSlot* task = nullptr);
+    /// `terminationCodeFromTask:arguments:timeout:` of the class.
+    static int terminationCodeFromTask(const MaybePath& tool, const Arguments& arguments,
+                                       TaskTimeout timeout);
+
+    /// The timed instance forms, `runTask:arguments:timeout:`,
+    /// `dataFromTask:arguments:timeout:[logOutput:logError:]`,
+    /// `terminationCodeFromTask:arguments:timeout:`, with the suffix that tells them from the class
+    /// forms. A watchdog outlives a run that ends early: it terminates whatever the same instance
+    /// runs when it wakes. `runTaskOnInstance` shows its process to no watchdog and always waits
+    /// for the tool's own end; callers rely on that.
+    void runTaskOnInstance(const MaybePath& tool, const Arguments& arguments, TaskTimeout timeout);
+    std::optional<Bytes> dataFromTaskOnInstance(const MaybePath& tool, const Arguments& arguments,
+                                                TaskTimeout timeout,
+                                                LogOutput logOutput = LogOutput::yes,
+                                                LogError logError = LogError::yes);
+    int terminationCodeFromTaskOnInstance(const MaybePath& tool, const Arguments& arguments,
+                                          TaskTimeout timeout);
+
+    /// `theTask`: the process of the timed run in progress.
+    TaskSlot& theTask() { return theTask_; }
+
+private:
+    QVTaskEx() = default;
+
+    void startWatchdog(TaskTimeout timeout);
+    void setupTimeout(double wholeSeconds); // `setupTimeout:`, on the watchdog's thread
+    void timeout();                         // on the main thread
+
+    TaskSlot theTask_;
+};
+
+} // namespace quorvane

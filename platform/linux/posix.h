@@ -1,0 +1,44 @@
+// Small helpers that the Linux services share.
+#pragma once
+
+#include <cerrno>
+
+#include "platform/Values.h"
+
+namespace quorvane::platform::linux_ {
+
+/// The error number with its `strerror` wording. Any thread.
+Error systemError(int code = errno);
+
+/// Owns an open descriptor and closes it. Movable; one thread at a time.
+class Descriptor {
+public:
+    Descriptor() = default;
+    explicit Descriptor(int value) : value_(value) {}
+    Descriptor(Descriptor&& other) noexcept : value_(other.release()) {}
+    Descriptor& operator=(Descriptor&& other) noexcept;
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() { reset(); }
+
+    /// Whether a descriptor is held; false after a failed open.
+    explicit operator bool() const { return value_ >= 0; }
+    int get() const { return value_; }
+    /// Gives the descriptor to the caller, who closes it.
+    int release();
+    /// Closes the descriptor, if any. Leaves errno as it was.
+    void reset();
+
+private:
+    int value_ = -1;
+};
+
+/// Repeats a system call as long as signals interrupt it.
+template <class Call>
+auto retryInterrupted(Call call) {
+    auto result = call();
+    while (result == -1 && errno == EINTR) result = call();
+    return result;
+}
+
+} // namespace quorvane::platform::linux_

@@ -1,0 +1,300 @@
+// What the fake services do on a fake disk.
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "kit/base/components.h"
+#include "tests/support/errors.h"
+#include "tests/support/fake_disk.h"
+
+namespace quorvane::testing {
+namespace {
+
+using platform::Error;
+using platform::Result;
+using platform::StreamHandle;
+
+constexpr std::int64_t kFirstHandle = 3;
+
+/// What keeps the process from changing an item's place in its folder; 0: nothing.
+int protection(const FakePlace& place) {
+    if (!place.folder) return EBUSY;
+    if (place.folder->immutable || place.item->immutable) return EPERM;
+    return place.folder->writable ? 0 : EACCES;
+}
+
+/// What keeps the process from writing a file; 0: nothing.
+int writeProtection(const FakeItem& item) {
+    if (item.isFolder()) return EISDIR;
+    if (item.immutable) return EPERM;
+    return item.writable ? 0 : EACCES;
+}
+
+bool holds(const FakeItem& folder, const FakeItem* sought) {
+    return &folder == sought ||
+           std::any_of(folder.entries.begin(), folder.entries.end(),
+                       [&](const auto& entry) { return holds(*entry.second, sought); });
+}
+
+/// The name without the namespace that a name has when it does not say one.
+std::string withoutUserNamespace(const std::string& name) {
+    constexpr std::string_view kNamespace = "user.";
+    return name.starts_with(kNamespace) ? name.substr(kNamespace.size()) : name;
+}
+
+} // namespace
+
+platform::Existence FakeDisk::existence(const Path& path) const {
+    const std::lock_guard lock(mutex_);
+    const Place place = findItem(root_, path, FinalLink::follow);
+    if (!place) return {};
+    const FakeItem& item = *place.value().item;
+    const platform::FileIdentity identity{0, reinterpret_cast<std::uintptr_t>(&item)};
+    return {true, item.isFolder(), identity};
+}
+
+Result<std::vector<std::string>> FakeDisk::contentsOfDirectory(const Path& path) {
+    const std::lock_guard lock(mutex_);
+    if (auto error = failure("contentsOfDirectory", path)) return *error;
+    const Place place = findItem(root_, path, FinalLink::follow);
+    if (!place) return place.error();
+    if (!place.value().item->isFolder()) return errorFor(ENOTDIR);
+    std::vector<std::string> names;
+    for (const auto& [name, item] : place.value().item->entries) names.push_back(name);
+    return names;
+}
+
+Result<void> FakeDisk::removeItem(const Path& path) {
+    const std::lock_guard lock(mutex_);
+    const Place place = findItem(root_, path, FinalLink::keep);
+    if (auto error = failure("removeItem", path)) return *error;
+    if (!place) return place.error();
+    return removeTree(place.value(), path);
+}
+
+Result<void> FakeDisk::removeTree(const FakePlace& place, const Path& path) {
+    const auto entries = place.item->entries;
+    for (const auto& [name, item] : entries) {
+        const Path below = joinPath(path, name);
+        if (auto error = failure("removeItem", below)) return *error;
+        if (auto removed = removeTree({place.item, name, item}, below); !removed) return removed;
+    }
+    if (const int code = protection(place)) return errorFor(code);
+    place.folder->removeEntry(place.name);
+    return {};
+}
+
+Result<void> FakeDisk::moveItem(const Path& source, const Path& destination) {
+    const std::lock_guard lock(mutex_);
+    if (auto error = failure("moveItem", source)) return *error;
+    return move(source, destination);
+}
+
+Result<void> FakeDisk::move(const Path& source, const Path& destination) {
+    const Place from = findItem(root_, source, FinalLink::keep);
+    if (!from) return from.error();
+    const Place to = findPlace(root_, destination, FinalLink::keep);
+    if (!to) return to.error();
+    if (to.value().item) return errorFor(EEXIST);
+    if (const int code = protection(from.value())) return errorFor(code);
+    if (holds(*from.value().item, to.value().folder.get())) return errorFor(EINVAL);
+    if (to.value().folder->immutable) return errorFor(EPERM);
+    if (!to.value().folder->writable) return errorFor(EACCES);
+    from.value().folder->removeEntry(from.value().name);
+    to.value().folder->entries.emplace_back(to.value().name, from.value().item);
+    return {};
+}
+
+Result<void> FakeDisk::createDirectories(const Path& path) {
+    const std::lock_guard lock(mutex_);
+    if (auto error = failure("createDirectories", path)) return *error;
+    return makeFolders(path);
+}
+
+Result<void> FakeDisk::makeFolders(const Path& path) {
+    for (std::size_t slash = 0; slash != Path::npos;) {
+        slash = path.find('/', slash + 1);
+        const Path prefix = path.substr(0, slash);
+        const Place followed = findItem(root_, prefix, FinalLink::follow);
+        if (followed && followed.value().item->isFolder()) continue;
+        if (!followed && followed.error().code != ENOENT) return followed.error();
+        const Place place = findPlace(root_, prefix, FinalLink::keep);
+        if (!place) return place.error();
+        const FakePlace& here = place.value();
+        if (here.item) return errorFor(slash == Path::npos ? EEXIST : ENOTDIR);
+        if (here.folder->immutable) return errorFor(EPERM);
+        if (!here.folder->writable) return errorFor(EACCES);
+        here.folder->entries.emplace_back(here.name, makeItem(FakeItem::Kind::folder, {}));
+    }
+    return {};
+}
+
+Result<platform::ItemAttributes> FakeDisk::attributes(const Path& path) {
+    const std::lock_guard lock(mutex_);
+    if (auto error = failure("attributes", path)) return *error;
+    const Place place = findItem(root_, path, FinalLink::keep);
+    if (!place) return place.error();
+    const FakeItem& found = *place.value().item;
+    return platform::ItemAttributes{found.immutable, found.permissions, found.creationDate,
+                                    found.modificationDate, found.content.size()};
+}
+
+Result<void> FakeDisk::setAttributes(const Path& path, const platform::AttributeChanges& changes) {
+    const std::lock_guard lock(mutex_);
+    if (auto error = failure("setAttributes", path)) return *error;
+    const Place place = findItem(root_, path, FinalLink::keep);
+    if (!place) return place.error();
+    FakeItem& changed = *place.value().item;
+    if (changes.immutable) {
+        if (changed.isLink() && *changes.immutable) return errorFor(EOPNOTSUPP);
+        changed.immutable = *changes.immutable;
+    }
+    const auto change = [&](auto& attribute, const auto& value) {
+        if (!value || attribute == *value) return true;
+        if (changed.immutable) return false;
+        attribute = *value;
+        return true;
+    };
+    if (changes.posixPermissions && changed.isLink() &&
+        *changes.posixPermissions != changed.permissions)
+        return errorFor(EOPNOTSUPP);
+    if (!change(changed.permissions, changes.posixPermissions) ||
+        !change(changed.creationDate, changes.creationDate) ||
+        !change(changed.modificationDate, changes.modificationDate))
+        return errorFor(EPERM);
+    return {};
+}
+
+bool FakeDisk::isWritable(const Path& path) const {
+    const std::lock_guard lock(mutex_);
+    const Place place = findItem(root_, path, FinalLink::follow);
+    return place && place.value().item->writable && !place.value().item->immutable;
+}
+
+bool FakeDisk::isExecutable(const Path& path) const {
+    const std::lock_guard lock(mutex_);
+    const Place place = findItem(root_, path, FinalLink::follow);
+    return place && (place.value().item->permissions & 0111U) != 0;
+}
+
+Result<void> FakeDisk::writeAtomically(const Path& path, std::string_view content) {
+    const std::lock_guard lock(mutex_);
+    if (auto error = failure("writeAtomically", path)) return *error;
+    const Place place = findPlace(root_, path, FinalLink::keep);
+    if (!place) return place.error();
+    const auto& [folder, name, old] = place.value();
+    if (old && old->isFolder()) return errorFor(EISDIR);
+    if (folder->immutable || (old && old->immutable)) return errorFor(EPERM);
+    if (!folder->writable) return errorFor(EACCES);
+    const auto made = makeItem(FakeItem::Kind::file, Bytes(content));
+    if (old && !old->isLink()) made->permissions = old->permissions;
+    folder->removeEntry(name);
+    folder->entries.emplace_back(name, made);
+    return {};
+}
+
+// Streams
+
+Result<StreamHandle> FakeDisk::openForWriting(const Path& path) {
+    const std::lock_guard lock(mutex_);
+    if (auto error = failure("openForWriting", path)) return *error;
+    const Place place = findItem(root_, path, FinalLink::follow);
+    if (!place) return place.error();
+    if (const int code = writeProtection(*place.value().item)) return errorFor(code);
+    std::int64_t handle = kFirstHandle;
+    while (streams_.contains(StreamHandle{handle})) ++handle;
+    streams_[StreamHandle{handle}] = {path, place.value().item};
+    return StreamHandle{handle};
+}
+
+Result<std::uint64_t> FakeDisk::seekToEnd(StreamHandle handle) {
+    const std::lock_guard lock(mutex_);
+    const auto stream = streams_.find(handle);
+    if (stream == streams_.end()) return errorFor(EBADF);
+    if (auto error = failure("seekToEnd", stream->second.path)) return *error;
+    return stream->second.position = stream->second.item->content.size();
+}
+
+Result<std::size_t> FakeDisk::write(StreamHandle handle, std::string_view bytes) {
+    const std::lock_guard lock(mutex_);
+    const auto found = streams_.find(handle);
+    if (found == streams_.end()) return errorFor(EBADF);
+    Stream& stream = found->second;
+    if (auto error = failure("write", stream.path)) return *error;
+    Bytes& content = stream.item->content;
+    content.resize(std::max<std::size_t>(content.size(), stream.position + bytes.size()));
+    content.replace(stream.position, bytes.size(), bytes);
+    stream.position += bytes.size();
+    stream.item->modificationDate = now_;
+    return bytes.size();
+}
+
+void FakeDisk::close(StreamHandle handle) {
+    const std::lock_guard lock(mutex_);
+    streams_.erase(handle);
+}
+
+Path FakeDisk::pathOf(StreamHandle handle) const {
+    const std::lock_guard lock(mutex_);
+    const auto stream = streams_.find(handle);
+    return stream == streams_.end() ? Path() : stream->second.path;
+}
+
+// Extended attributes
+
+Result<Bytes> FakeDisk::extendedAttribute(const std::string& operation, const Path& path,
+                                          const std::string& name) {
+    if (auto error = failure(operation, path)) return *error;
+    const Place place = findItem(root_, path, FinalLink::follow);
+    if (!place) return place.error();
+    const auto& attributes = place.value().item->extendedAttributes;
+    const auto found = attributes.find(withoutUserNamespace(name));
+    if (found == attributes.end()) return errorFor(ENODATA);
+    return found->second;
+}
+
+Result<std::size_t> FakeDisk::sizeOfExtendedAttribute(const Path& path, const std::string& name) {
+    const std::lock_guard lock(mutex_);
+    const Result<Bytes> value = extendedAttribute("sizeOfExtendedAttribute", path, name);
+    if (!value) return value.error();
+    return value.value().size();
+}
+
+Result<std::size_t> FakeDisk::getExtendedAttribute(const Path& path, const std::string& name,
+                                                   std::span<char> buffer) {
+    const std::lock_guard lock(mutex_);
+    const Result<Bytes> value = extendedAttribute("getExtendedAttribute", path, name);
+    if (!value) return value.error();
+    if (value.value().size() > buffer.size()) return errorFor(ERANGE);
+    std::copy(value.value().begin(), value.value().end(), buffer.begin());
+    return value.value().size();
+}
+
+Result<void> FakeDisk::setExtendedAttribute(const Path& path, const std::string& name,
+                                            std::string_view value) {
+    const std::lock_guard lock(mutex_);
+    if (auto error = failure("setExtendedAttribute", path)) return *error;
+    const Place place = findItem(root_, path, FinalLink::follow);
+    if (!place) return place.error();
+    FakeItem& found = *place.value().item;
+    if (found.immutable) return errorFor(EPERM);
+    if (!found.writable) return errorFor(EACCES);
+    found.extendedAttributes[withoutUserNamespace(name)] = Bytes(value);
+    return {};
+}
+
+// Trash
+
+Result<void> FakeDisk::recycle(const Path& item, const Path& folder) {
+    const std::lock_guard lock(mutex_);
+    if (auto error = failure("recycle", item)) return *error;
+    if (const Place place = findItem(root_, item, FinalLink::keep); !place) return place.error();
+    if (auto made = makeFolders(folder); !made) return made;
+    const Path wanted = joinPath(folder, lastComponent(item));
+    Path free = wanted;
+    for (int number = 2; findItem(root_, free, FinalLink::keep); ++number)
+        free = wanted + " " + std::to_string(number);
+    return move(item, free);
+}
+
+} // namespace quorvane::testing

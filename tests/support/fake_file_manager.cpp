@@ -1,0 +1,127 @@
+#include "tests/support/fake_file_manager.h"
+
+#include <iomanip>
+#include <sstream>
+#include <utility>
+
+namespace quorvane::testing {
+namespace {
+
+std::string secondsText(platform::FileTime date) {
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(date);
+    const auto fraction = (date - seconds).count();
+    std::ostringstream text;
+    text << seconds.time_since_epoch().count();
+    if (fraction == 0) return text.str();
+    text << '.' << std::setw(9) << std::setfill('0') << fraction;
+    std::string shortest = text.str();
+    shortest.erase(shortest.find_last_not_of('0') + 1);
+    return shortest;
+}
+
+std::string changesText(const platform::AttributeChanges& changes) {
+    std::ostringstream text;
+    if (changes.immutable) text << " immutable=" << (*changes.immutable ? "yes" : "no");
+    if (changes.posixPermissions) text << " permissions=" << std::oct << *changes.posixPermissions;
+    if (changes.creationDate) text << " creationDate=" << secondsText(*changes.creationDate);
+    if (changes.modificationDate)
+        text << " modificationDate=" << secondsText(*changes.modificationDate);
+    return text.str();
+}
+
+std::string bytesText(std::string_view bytes) {
+    return " " + std::to_string(bytes.size()) + " bytes";
+}
+
+} // namespace
+
+FakeFileManager::FakeFileManager(std::shared_ptr<FakeDisk> disk, std::shared_ptr<Journal> journal,
+                                 JournalQueries queries)
+    : disk_(std::move(disk)), journal_(std::move(journal)), queries_(queries) {}
+
+void FakeFileManager::tellQuery(const std::string& query, const Path& path) {
+    if (queries_ == JournalQueries::yes) journal_->add("files." + query + " " + path);
+}
+
+platform::Existence FakeFileManager::existence(const Path& path) {
+    tellQuery("exists", path);
+    return disk_->existence(path);
+}
+
+platform::Result<std::vector<std::string>> FakeFileManager::contentsOfDirectory(const Path& path) {
+    tellQuery("list", path);
+    return disk_->contentsOfDirectory(path);
+}
+
+platform::Result<void> FakeFileManager::removeItem(const Path& path) {
+    journal_->add("files.remove " + path);
+    return disk_->removeItem(path);
+}
+
+platform::Result<void> FakeFileManager::moveItem(const Path& source, const Path& destination) {
+    journal_->add("files.move " + source + " -> " + destination);
+    return disk_->moveItem(source, destination);
+}
+
+platform::Result<void> FakeFileManager::createDirectories(const Path& path) {
+    journal_->add("files.createDirectories " + path);
+    return disk_->createDirectories(path);
+}
+
+platform::Result<platform::ItemAttributes> FakeFileManager::attributes(const Path& path) {
+    tellQuery("attributes", path);
+    return disk_->attributes(path);
+}
+
+platform::Result<void> FakeFileManager::setAttributes(const Path& path,
+                                                      const platform::AttributeChanges& changes) {
+    journal_->add("files.setAttributes " + path + changesText(changes));
+    return disk_->setAttributes(path, changes);
+}
+
+bool FakeFileManager::isWritable(const Path& path) {
+    tellQuery("isWritable", path);
+    return disk_->isWritable(path);
+}
+
+bool FakeFileManager::isExecutable(const Path& path) {
+    tellQuery("isExecutable", path);
+    return disk_->isExecutable(path);
+}
+
+platform::Result<void> FakeFileManager::writeAtomically(const Path& path,
+                                                        std::string_view content) {
+    journal_->add("files.writeAtomically " + path + bytesText(content));
+    return disk_->writeAtomically(path, content);
+}
+
+platform::Result<platform::StreamHandle> FakeFileManager::openForWriting(const Path& path) {
+    journal_->add("files.open " + path);
+    return disk_->openForWriting(path);
+}
+
+platform::Result<std::uint64_t> FakeFileManager::seekToEnd(platform::StreamHandle handle) {
+    journal_->add("files.seekToEnd " + disk_->pathOf(handle));
+    return disk_->seekToEnd(handle);
+}
+
+platform::Result<std::size_t> FakeFileManager::write(platform::StreamHandle handle,
+                                                     std::string_view bytes) {
+    journal_->add("files.write " + disk_->pathOf(handle) + bytesText(bytes));
+    return disk_->write(handle, bytes);
+}
+
+void FakeFileManager::close(platform::StreamHandle handle) {
+    journal_->add("files.close " + disk_->pathOf(handle));
+    disk_->close(handle);
+}
+
+std::function<std::unique_ptr<platform::FileManager>()>
+fakeFileManagerMaker(std::shared_ptr<FakeDisk> disk, std::shared_ptr<Journal> journal,
+                     JournalQueries queries) {
+    return [disk = std::move(disk), journal = std::move(journal), queries] {
+        return std::make_unique<FakeFileManager>(disk, journal, queries);
+    };
+}
+
+} // namespace quorvane::testing

@@ -1,0 +1,34 @@
+#include "tests/support/fake_platform.h"
+
+namespace quorvane::testing {
+namespace {
+
+constexpr double kEventSlice = 0.01; // seconds that waiting for an event takes
+
+} // namespace
+
+FakePlatform::FakePlatform()
+    : services{.application = application,
+               .authorization = authorization,
+               .consoleLog = consoleLog,
+               .exceptions = exceptions,
+               .extendedAttributes = extendedAttributes,
+               .makeFileManager = fakeFileManagerMaker(disk, journal),
+               .processes = processes,
+               .propertyLists = propertyLists,
+               .queues = queues,
+               .standardDirectories = directories,
+               .systemInfo = systemInfo,
+               .userIdentity = identity,
+               .workspace = workspace},
+      before_(platform::installServices(&services)) {
+    application->onNextEvent([this] { queues->advance(kEventSlice); });
+}
+
+FakePlatform::~FakePlatform() {
+    application->endLoop();
+    queues->join();
+    platform::installServices(before_);
+}
+
+} // namespace quorvane::testing
