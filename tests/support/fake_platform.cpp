@@ -1,5 +1,7 @@
 #include "tests/support/fake_platform.h"
 
+#include "kit/log/QVLog.h"
+
 namespace quorvane::testing {
 namespace {
 
@@ -28,6 +30,9 @@ FakePlatform::FakePlatform()
 FakePlatform::~FakePlatform() {
     application->endLoop();
     queues->join();
+    // The log's lane outlives the test and must not find its services gone.
+    QVLog::finishWriting();
+    QVLog::sharedController().setFileHandle(nullptr);
     platform::installServices(before_);
 }
 

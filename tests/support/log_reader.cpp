@@ -1,5 +1,6 @@
 #include "tests/support/log_reader.h"
 
+#include <iostream>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -20,7 +21,8 @@ LogReader::LogReader(FakePlatform& system) : system_(system) {
 
 LogReader::~LogReader() {
     QVLog::finishWriting();
-    (void)::testing::internal::GetCapturedStdout();
+    const std::string text = ::testing::internal::GetCapturedStdout();
+    if (::testing::Test::HasFailure()) std::cout << text; // what failed is told there too
 }
 
 std::vector<std::string> LogReader::messages() {

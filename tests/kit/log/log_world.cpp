@@ -17,24 +17,6 @@ std::vector<std::string> undated(const std::string& content) {
     return found;
 }
 
-LogTest::LogTest() {
-    services.application = application;
-    services.exceptions = exceptions;
-    services.makeFileManager = fakeFileManagerMaker(disk, journal);
-    services.propertyLists = propertyLists;
-    services.standardDirectories = std::make_shared<FakeDirectories>(*identity);
-    services.systemInfo = system;
-    services.userIdentity = identity;
-    before_ = platform::installServices(&services);
-    disk->addFolder("/Users/anna/Library");
-}
-
-LogTest::~LogTest() {
-    QVLog::finishWriting();
-    log().setFileHandle(nullptr);
-    platform::installServices(before_);
-}
-
 std::vector<std::string> LogTest::messages(const Path& path) const {
     QVLog::finishWriting();
     return undated(disk->content(path));
