@@ -28,11 +28,6 @@ def in_session(command, **environment):
     return as_user(["dbus-run-session", "--", *command], **environment)
 
 
-def sanitizer_settings():
-    """What the sanitizers were told outside holds in here too."""
-    return {name: value for name, value in os.environ.items() if name.endswith("SAN_OPTIONS")}
-
-
 class VirtualDisplay:
     """A screen that nobody sees, for as long as the `with` block lasts."""
 
@@ -66,7 +61,7 @@ class VirtualDisplay:
         with open(NOTES + "/session.log", "w+", encoding="utf-8", errors="replace") as log:
             run = subprocess.run(
                 in_session(["/usr/bin/python3", HERE + "/hand.py", json.dumps(plan)],
-                           **self.settings, **sanitizer_settings()),
+                           **self.settings),
                 stdin=subprocess.DEVNULL, stdout=log, stderr=log, check=False)
             if run.returncode != 0:
                 log.seek(0)
