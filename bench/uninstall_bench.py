@@ -1,7 +1,7 @@
 """Measures the whole uninstall against the desktop's own tool given the same items, alternating.
 
-Runs as the superuser of a private world; its argument is the program that runs the uninstall without
-windows. Each run has a fresh installation, since a used folder slows later ones down.
+Runs as the superuser of a private world; its argument is the program that runs the uninstall
+without windows. Each run has a fresh installation, since a used folder slows later ones down.
 """
 
 import os
@@ -75,7 +75,8 @@ def main():
         ours, peer = compare(program, entries * (factor - 1), generations)
         times[factor] = ours
         print(f"figure uninstall with {factor} times the support files: ours {ours:.1f} ms, "
-              f"peer gio trash {peer:.1f} ms, ratio {ours / peer:.2f} (aim <= {aim:.2f})", flush=True)
+              f"peer gio trash {peer:.1f} ms, ratio {ours / peer:.2f} (aim <= {aim:.2f})",
+              flush=True)
     first = (times[10] - times[1]) / (9 * entries) * 1000
     then = (times[100] - times[10]) / (90 * entries) * 1000
     print(f"figure uninstall growth from 10 to 100 times: ours {then:.1f} us an item, "

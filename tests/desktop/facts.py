@@ -1,4 +1,4 @@
-"""What stands on a file system, so exactly that a change shows: kind, mode, owner, times, content."""
+"""What stands on a file system, so exactly that a change shows: kind, mode, owner, time, content."""
 
 import hashlib
 import os

@@ -28,15 +28,16 @@ def file(path, content=None, mode=0o644):
 
 
 def preferences(path):
-    return file(path, plistlib.dumps({"Opened": path.encode("utf-8", "replace"), "Count": len(path)},
+    return file(path, plistlib.dumps({"Opened": os.fsencode(path), "Count": len(path)},
                                      fmt=plistlib.FMT_BINARY))
 
 
 def bundle(path, identifier, executable=None):
     """An application bundle; with an executable, its tool can be started."""
     tool = os.path.basename(path).removesuffix(".app")
-    properties = {"CFBundleIdentifier": identifier, "CFBundleExecutable": tool, "CFBundleName": tool,
-                  "CFBundlePackageType": "APPL", "CFBundleShortVersionString": "4.2"}
+    properties = {"CFBundleIdentifier": identifier, "CFBundleExecutable": tool,
+                  "CFBundleName": tool, "CFBundlePackageType": "APPL",
+                  "CFBundleShortVersionString": "4.2"}
     # Both forms of property list occur in the field.
     form = plistlib.FMT_BINARY if len(tool) % 2 else plistlib.FMT_XML
     file(path + "/Contents/Info.plist", plistlib.dumps(properties, fmt=form))

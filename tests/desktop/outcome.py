@@ -1,4 +1,4 @@
-"""What an uninstall must have done, and whether it did: told from the tables and the options alone."""
+"""What an uninstall must have done, by the tables and the options alone, and whether it did."""
 
 import os
 from collections import Counter
@@ -13,7 +13,8 @@ CANCELLED = "cancelled"
 NO_RIGHTS = "needs administrator rights"
 
 # What a desktop session leaves in a home, whatever program runs in it, and where nobody looks.
-LITTER = tuple(HOME + name for name in ("/.cache", "/.config", "/.dbus", "/.local/share/gvfs-metadata"))
+LITTER = tuple(HOME + name for name in (
+    "/.cache", "/.config", "/.dbus", "/.local/share/gvfs-metadata"))
 UNWATCHED = frozenset(("/tmp", "/var/tmp", "/root"))
 
 
@@ -77,8 +78,8 @@ class Outcome:
             if folder not in self.before:
                 continue
             left = [path for path in self._inside(folder) if not self._within(path, gone)]
-            if all(self.before[path].kind == "d" or os.path.basename(path) in (".DS_Store", "Icon\r")
-                   for path in left):
+            if all(self.before[path].kind == "d"
+                   or os.path.basename(path) in (".DS_Store", "Icon\r") for path in left):
                 self.removed.add(folder)
 
     def _inside(self, folder):

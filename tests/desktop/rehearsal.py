@@ -27,8 +27,10 @@ def arguments():
     parser.add_argument("--program", required=True, help="the uninstaller")
     parser.add_argument("--headless", action="store_true",
                         help="press the buttons on a virtual display instead of asking the user")
-    parser.add_argument("--shared", action="store_true", help="tick the option for shared components")
-    parser.add_argument("--config", action="store_true", help="tick the option for preference files")
+    parser.add_argument("--shared", action="store_true",
+                        help="tick the option for shared components")
+    parser.add_argument("--config", action="store_true",
+                        help="tick the option for preference files")
     parser.add_argument("--cancel", action="store_true", help="press Cancel instead")
     parser.add_argument("--root-owned", action="store_true",
                         help="the machine-wide half belongs to the superuser")

@@ -1,4 +1,4 @@
-"""Puts what the uninstaller moved back from the Trash, as a user would, with the desktop's tools."""
+"""Puts what was moved to the Trash back, as a user would, with the desktop's own tools."""
 
 import os
 import re
@@ -21,7 +21,8 @@ def problems(outcome):
     sample, seen = {}, Counter()
     for item, place in moved.items():
         seen[item.kind] += 1
-        if seen[item.kind] <= SAMPLE and len(_spelling(os.path.basename(item.path))) <= LONGEST_NAME:
+        name = _spelling(os.path.basename(item.path))
+        if seen[item.kind] <= SAMPLE and len(name) <= LONGEST_NAME:
             sample[item.path] = place
     for path in sample:
         subprocess.run(as_user(["mkdir", "-p", "--", os.path.dirname(path)]), check=True)
@@ -53,7 +54,8 @@ def _compare(path, place, outcome):
 
 
 def _unlisted_by_trash_list(moved):
-    listing = subprocess.run(as_user(["trash-list"]), capture_output=True, check=True).stdout.decode()
+    run = subprocess.run(as_user(["trash-list"]), capture_output=True, check=True)
+    listing = run.stdout.decode()
     readable = {item.path: os.fsencode(item.path).decode(errors="replace") for item in moved}
     return [f"trash-list lacks {path!a}" for path, shown in readable.items()
             if f" {shown}\n" not in listing]

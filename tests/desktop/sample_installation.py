@@ -110,7 +110,8 @@ def _jobs():
         yield Item(material.preferences(f"{HOME}/Library/LaunchAgents/{name}"), "scheduled tasks",
                    SHARED)
     for name in ("com.quorvane.RootScheduledTask.1.plist", "com.quorvane.rootscheduledtask2.Plist"):
-        yield Item(material.preferences("/Library/LaunchDaemons/" + name), "scheduled tasks", SHARED)
+        path = "/Library/LaunchDaemons/" + name
+        yield Item(material.preferences(path), "scheduled tasks", SHARED)
 
 
 def _receipts():
