@@ -1,4 +1,4 @@
-"""What stands on a file system, so exactly that a change shows: kind, mode, owner, time, content."""
+"""What a file system holds, so exactly that a change shows: kind, mode, owner, time, content."""
 
 import hashlib
 import os
