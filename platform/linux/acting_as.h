@@ -24,7 +24,9 @@ public:
     /// Null rights change nothing.
     explicit ActingAs(const std::optional<FileRights>& rights);
     ActingAs(const ActingAs&) = delete;
+    ActingAs(ActingAs&&) = delete;
     ActingAs& operator=(const ActingAs&) = delete;
+    ActingAs& operator=(ActingAs&&) = delete;
     /// Ends the process where the thread's own rights do not come back. Leaves errno as it was.
     ~ActingAs();
 

@@ -1,10 +1,10 @@
 #include "platform/linux/console_user.h"
 
-#include <signal.h>
 #include <utmpx.h>
 
 #include <algorithm>
 #include <charconv>
+#include <csignal>
 #include <cstring>
 #include <string_view>
 
