@@ -29,6 +29,8 @@ std::string temporaryName() {
 class Replacement {
 public:
     explicit Replacement(const ItemPlace& place) : place_(place) {}
+    Replacement(Replacement&&) = delete;
+    Replacement& operator=(Replacement&&) = delete;
     Replacement(const Replacement&) = delete;
     Replacement& operator=(const Replacement&) = delete;
     ~Replacement() {

@@ -1,4 +1,5 @@
 #include "platform/Services.h"
+#include "platform/linux/services.h"
 #include "platform/qt/application.h"
 #include "platform/qt/style.h"
 
@@ -25,12 +26,6 @@ QIcon applicationIcon() {
     return icon;
 }
 
-Services makeServices(const std::shared_ptr<Application>& application) {
-    Services set;
-    set.application = application;
-    return set;
-}
-
 } // namespace
 
 int applicationMain(int argc, char** argv, InterfaceLoader loadInterface) {
@@ -42,7 +37,7 @@ int applicationMain(int argc, char** argv, InterfaceLoader loadInterface) {
 
     // Both stay for good: threads that nobody joins may use them until the process ends.
     static const auto& application = *new auto(std::make_shared<qt::Application>());
-    static const auto& services = *new Services(makeServices(application));
+    static const auto& services = *new Services(linux_::makeServices(application));
     installServices(&services);
     loadInterface(*application);
     return application->run();

@@ -10,7 +10,6 @@
 namespace quorvane::testing {
 namespace {
 
-using platform::Error;
 using platform::Result;
 using platform::StreamHandle;
 

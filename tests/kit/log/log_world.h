@@ -108,6 +108,11 @@ protected:
         log().appendTextToLog("held");
         gate.awaitArrival();
     }
+    /// Opens the gate and waits until the lane has left it for good.
+    static void release(Gate& gate) {
+        gate.open();
+        QVLog::finishWriting();
+    }
     /// Performs the action on a thread that is not the main one, and waits for it.
     template <class Action>
     static void onAnotherThread(Action action) {

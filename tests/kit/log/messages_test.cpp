@@ -56,8 +56,7 @@ TEST_F(Messages, CountCharactersWhileTheyAreQueued) {
     holdLane(gate);
     log().appendTextToLog("  \xC3\xA9\xF0\x9F\x98\x80\n");
     EXPECT_EQ(log().bytesInQueue(), 4U + 3U);
-    gate.open();
-    QVLog::finishWriting();
+    release(gate);
     EXPECT_EQ(log().bytesInQueue(), 0U);
 }
 
@@ -149,21 +148,21 @@ TEST_F(Messages, OfTheMainThreadNeverWait) {
     QVLog::appendLog("short");
     QVLog::appendLogAndPrint("short");
     EXPECT_EQ(log().bytesInQueue(), 14U);
-    gate.open();
+    release(gate);
 }
 
 TEST_F(Messages, LongOnesNeverWait) {
     Gate gate;
     holdLane(gate);
     onAnotherThread([] { QVLog::appendLog(std::string(100, 'x')); });
-    gate.open();
+    release(gate);
 }
 
 TEST_F(Messages, FastOnesNeverWait) {
     Gate gate;
     holdLane(gate);
     onAnotherThread([] { QVLog::fastAppendLog("short"); });
-    gate.open();
+    release(gate);
 }
 
 TEST_F(Messages, BehindManyOthersNeverWait) {
@@ -172,7 +171,7 @@ TEST_F(Messages, BehindManyOthersNeverWait) {
     log().appendTextToLog(std::string(91, 'x'));
     onAnotherThread([] { QVLog::appendLog("short"); });
     EXPECT_EQ(log().bytesInQueue(), 100U);
-    gate.open();
+    release(gate);
 }
 
 } // namespace

@@ -124,6 +124,7 @@ TEST_F(Lane, WaitsOnlyForWhatWasQueuedBefore) {
     second.awaitArrival();
     EXPECT_THAT(written_.entries(), ElementsAre("one"));
     second.open();
+    lane_.waitUntilAllOperationsAreFinished();
 }
 
 TEST_F(Lane, LetsNoLinesInOnceClosed) {

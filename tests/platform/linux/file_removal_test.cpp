@@ -71,10 +71,11 @@ TEST_F(FileRemoval, RemovesAnyName) {
     const std::string longest(255, 'n');
     for (const std::string& name :
          {longest, std::string("\xFF\xFE"), std::string("two\nlines"), std::string(" "),
-          std::string("..."), std::string("-rf"), std::string("\xE2\x80\xAE")}) {
-        scratch_.addFile("folder/" + name + "/" + name);
-        EXPECT_TRUE(remove("folder/" + name).ok()) << name;
-        EXPECT_FALSE(contains("folder/" + name)) << name;
+          std::string("..."), std::string("-rf"), std::string("\xC3\xA4")}) {
+        const fs::path item = fs::path("folder") / name;
+        scratch_.addFile((item / name).native());
+        EXPECT_TRUE(remove(item.native()).ok()) << name;
+        EXPECT_FALSE(contains(item.native())) << name;
     }
     EXPECT_EQ(remove(longest + "n").error().code, ENAMETOOLONG);
     EXPECT_EQ(remove(std::string(5'000, '/') + "x").error().code, ENAMETOOLONG);
@@ -117,7 +118,7 @@ TEST_F(FileRemoval, StopsAtFoldersOfOthersRights) {
 }
 
 TEST_F(FileRemoval, ToleratesAnotherRemovalOfTheSameTree) {
-    for (int round = 0; round < 20; ++round) {
+    for (int round = 0; round < 10; ++round) {
         for (int number = 0; number < 40; ++number)
             scratch_.addFile("tree/" + std::to_string(number) + "/below/file");
         const auto removeIt = [&] {
@@ -157,7 +158,7 @@ TEST_F(FileRemoval, NeverGoesUpIntoAnotherFolder) {
     for (int level = 0; level < kDepth / 2; ++level) middle += "/below";
     std::string deepest = "tree";
     for (int level = 0; level < kDepth; ++level) deepest += "/below";
-    for (int round = 0; round < 10; ++round) {
+    for (int round = 0; round < 5; ++round) {
         scratch_.addFile("kept/file");
         addChain(scratch_.addFolder("tree"), kDepth, ChainHolds::foldersAndFiles);
         std::thread attacker([&] {
