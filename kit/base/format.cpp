@@ -58,6 +58,10 @@ std::int64_t wholeNumber(double number) {
 
 // Reading a conversion
 
+bool isLetter(char c) {
+    return std::string_view("@sSdiDuUxXoOcCpfFeEgGaA").find(c) != std::string_view::npos;
+}
+
 std::size_t readNumber(std::string_view& text) {
     std::size_t number = 0;
     while (!text.empty() && text.front() >= '0' && text.front() <= '9') {
@@ -121,6 +125,11 @@ void readArgumentWidth(std::string_view& text, Conversion& conversion) {
 /// Reads what follows a "%"; null where it is no conversion.
 std::optional<Conversion> readConversion(std::string_view& text, Values& values) {
     Conversion conversion;
+    if (!text.empty() && isLetter(text.front())) { // most conversions are nothing but a letter
+        conversion.letter = text.front();
+        text.remove_prefix(1);
+        return conversion;
+    }
     readFlags(text, conversion);
     const std::int64_t width = readMeasure(text, values);
     conversion.left = conversion.left || width < 0;
@@ -131,8 +140,7 @@ std::optional<Conversion> readConversion(std::string_view& text, Values& values)
         if (precision >= 0) conversion.precision = static_cast<std::size_t>(precision);
     }
     readArgumentWidth(text, conversion);
-    if (text.empty() || std::string_view("@sSdiDuUxXoOcCpfFeEgGaA").find(text.front()) == text.npos)
-        return std::nullopt;
+    if (text.empty() || !isLetter(text.front())) return std::nullopt;
     conversion.letter = text.front();
     text.remove_prefix(1);
     return conversion;
@@ -373,7 +381,9 @@ void appendFormatted(std::string& output, std::string_view format,
 }
 
 std::string formatText(std::string_view format, std::span<const FormatArgument> values) {
+    constexpr std::size_t kRoomForAValue = 32;
     std::string output;
+    output.reserve(format.size() + values.size() * kRoomForAValue);
     appendFormatted(output, format, values);
     return output;
 }
