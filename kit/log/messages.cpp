@@ -86,9 +86,10 @@ void QVLog::appendAndPrintWithArguments(FormatString format, ArgumentSpan values
 void QVLog::appendTextToLog(std::string_view text) {
     text = trimWhitespace(text);
     if (text.empty()) return;
-    const std::uint64_t characters = characterCount(text);
+    const bool ascii = isAscii(text);
+    const std::uint64_t characters = ascii ? text.size() : characterCount(text);
     bytesInQueue_.fetch_add(characters, std::memory_order_relaxed);
-    if (isValidUtf8(text))
+    if (ascii || isValidUtf8(text))
         lane_->add(text, characters);
     else
         lane_->add(replaceInvalidBytes(text), characters);
