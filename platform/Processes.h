@@ -15,7 +15,8 @@ public:
     /// Whatever is there to read; blocks until something is or all writing ends are closed, which
     /// reads as empty. One thread. Throws Exception on a read error.
     virtual Bytes availableData() = 0;
-    /// Closes the reading end. Later reads are empty.
+    /// Closes the reading end. Later reads are empty; one under way on another thread may go on
+    /// until there is something to read or all writing ends are closed. Any thread.
     virtual void closeReading() = 0;
 };
 
@@ -47,8 +48,9 @@ struct LaunchDescription {
 class Process {
 public:
     virtual ~Process() = default;
-    /// Starts the child. Throws Exception with the system's reason when it cannot be executed. The
-    /// parent keeps no writing end of its output pipes and no reading end of its input pipe open.
+    /// Starts the child. Throws Exception with the system's reason when it cannot be executed, or
+    /// was launched before. The parent keeps no writing end of its output pipes and no reading end
+    /// of its input pipe open.
     virtual void launch(const LaunchDescription& description) = 0;
     /// The path given to launch; empty before.
     virtual Path launchPath() const = 0;

@@ -77,11 +77,16 @@ void FakeProcess::launch(const platform::LaunchDescription& description) {
     const FakeTool tool = owner_.tool(description.path);
     {
         const std::lock_guard lock(mutex_);
+        if (!description_.path.empty())
+            throw platform::Exception("ProcessException", "The process has been launched before");
         description_ = description;
         if (!tool.launchFailure) state_ = State::running;
     }
     owner_.journal_.add(launchEntry(description));
-    if (tool.launchFailure) throw *tool.launchFailure;
+    if (tool.launchFailure) {
+        closeStreams();
+        throw *tool.launchFailure;
+    }
     owner_.noteLaunch(*this);
     if (tool.effect) tool.effect(description);
     for (const Bytes& chunk : tool.output) print(chunk);
