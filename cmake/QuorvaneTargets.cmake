@@ -19,7 +19,9 @@ endif()
 # qv_add_library(NAME SOURCES...): a static library of this project.
 function(qv_add_library name)
   add_library(${name} STATIC ${ARGN})
-  target_link_libraries(${name} PUBLIC $<BUILD_INTERFACE:quorvane_options>)
+  target_link_libraries(${name} PUBLIC $<BUILD_INTERFACE:quorvane_options>
+                                       $<INSTALL_INTERFACE:Threads::Threads>)
+  target_compile_features(${name} PUBLIC cxx_std_20)
 endfunction()
 
 # qv_add_tests(NAME SOURCES... [LIBRARIES ...]): a GoogleTest program. Each of its tests runs in a
@@ -32,5 +34,6 @@ function(qv_add_tests name)
   add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
   target_link_libraries(${name} PRIVATE quorvane_options ${arg_LIBRARIES} GTest::gmock
                                         GTest::gtest_main)
+  target_precompile_headers(${name} REUSE_FROM quorvane_test_headers)
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT ${arg_TIMEOUT})
 endfunction()

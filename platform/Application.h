@@ -70,8 +70,9 @@ public:
     /// Performs the operation on the main thread's event loop and returns when it has returned;
     /// on the main thread itself, at once. Where the loop has ended, it returns without performing.
     virtual void performOnMainThreadAndWait(const std::function<void()>& operation) = 0;
-    /// Takes at most one pending event, waiting for it no longer than the limit, and dispatches it.
-    /// Answers whether there was one. Main thread.
+    /// Takes at most one pending event, or the batch that the windowing system delivered as one,
+    /// waiting for it no longer than the limit, and dispatches it. At most one operation of
+    /// performOnMainThreadAndWait is among it. Answers whether there was one. Main thread.
     virtual bool processNextEvent(std::chrono::milliseconds limit) = 0;
 };
 

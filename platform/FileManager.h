@@ -42,10 +42,10 @@ struct ItemAttributes {
 
 /// Attributes to change; an absent one stays as it is.
 struct AttributeChanges {
-    std::optional<bool> immutable;
-    std::optional<unsigned long> posixPermissions;
-    std::optional<FileTime> creationDate;
-    std::optional<FileTime> modificationDate;
+    std::optional<bool> immutable = std::nullopt;
+    std::optional<unsigned long> posixPermissions = std::nullopt;
+    std::optional<FileTime> creationDate = std::nullopt;
+    std::optional<FileTime> modificationDate = std::nullopt;
 };
 
 /// An open stream: an integer handle whose value is the descriptor where the system has

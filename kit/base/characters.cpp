@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
+#include <cstring>
 
 namespace quorvane {
 namespace {
@@ -39,6 +41,18 @@ Scalar decode(std::string_view text) {
     return {value, length, true};
 }
 
+/// How many ASCII characters start the text: most texts are nothing else.
+std::size_t asciiPrefixLength(std::string_view text) {
+    constexpr std::uint64_t kHighBits = 0x8080808080808080U;
+    std::size_t length = 0;
+    for (std::uint64_t word = 0; text.size() - length >= sizeof(word); length += sizeof(word)) {
+        std::memcpy(&word, text.data() + length, sizeof(word));
+        if ((word & kHighBits) != 0) break;
+    }
+    while (length < text.size() && static_cast<unsigned char>(text[length]) < 0x80) ++length;
+    return length;
+}
+
 std::size_t unitsOf(const Scalar& scalar) { return scalar.valid && scalar.length == 4 ? 2 : 1; }
 
 bool isSpace(const Scalar& scalar) {
@@ -53,12 +67,15 @@ bool isSpace(const Scalar& scalar) {
 
 std::size_t characterCount(std::string_view text) {
     std::size_t count = 0;
-    while (!text.empty()) {
+    for (;;) {
+        const std::size_t ascii = asciiPrefixLength(text);
+        count += ascii;
+        text.remove_prefix(ascii);
+        if (text.empty()) return count;
         const Scalar scalar = decode(text);
         count += unitsOf(scalar);
         text.remove_prefix(scalar.length);
     }
-    return count;
 }
 
 std::string_view dropFirstCharacters(std::string_view text, std::size_t count) {
@@ -104,12 +121,23 @@ std::string_view trimWhitespace(std::string_view text) {
 }
 
 bool isValidUtf8(std::string_view bytes) {
-    while (!bytes.empty()) {
+    for (;;) {
+        bytes.remove_prefix(asciiPrefixLength(bytes));
+        if (bytes.empty()) return true;
         const Scalar scalar = decode(bytes);
         if (!scalar.valid) return false;
         bytes.remove_prefix(scalar.length);
     }
-    return true;
+}
+
+std::string replaceInvalidBytes(std::string_view bytes) {
+    std::string result;
+    while (!bytes.empty()) {
+        const Scalar scalar = decode(bytes);
+        result.append(scalar.valid ? bytes.substr(0, scalar.length) : "\xEF\xBF\xBD");
+        bytes.remove_prefix(scalar.length);
+    }
+    return result;
 }
 
 std::string replaceAll(std::string_view text, std::string_view piece,

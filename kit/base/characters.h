@@ -23,6 +23,9 @@ std::string_view trimWhitespace(std::string_view text);
 /// Whether the bytes are valid UTF-8.
 bool isValidUtf8(std::string_view bytes);
 
+/// The bytes with each one that is no part of valid UTF-8 replaced by U+FFFD.
+std::string replaceInvalidBytes(std::string_view bytes);
+
 /// The text with every occurrence of a piece replaced, from left to right, in one pass.
 std::string replaceAll(std::string_view text, std::string_view piece, std::string_view replacement);
 

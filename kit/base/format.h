@@ -4,7 +4,9 @@
 #pragma once
 
 #include <concepts>
+#include <cstdint>
 #include <initializer_list>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -40,10 +42,35 @@ private:
     Value value_;
 };
 
+/// A format text that may be null; refers to the text it was made from, so that a call with a
+/// literal copies nothing.
+class FormatString {
+public:
+    FormatString(std::nullptr_t) {}
+    FormatString(std::nullopt_t) {}
+    FormatString(std::string_view text) : text_(text) {}
+    FormatString(const std::string& text) : text_(text) {}
+    FormatString(const char* text) {
+        if (text != nullptr) text_ = text;
+    }
+    FormatString(const MaybeText& text) {
+        if (text) text_ = *text;
+    }
+
+    const std::optional<std::string_view>& text() const { return text_; }
+
+private:
+    std::optional<std::string_view> text_;
+};
+
 /// Formats the values. Never undefined, whatever the format: a missing value and a null one read
-/// "(null)", a value of another type than its conversion is converted as well as can be, widths and
-/// precisions are limited, and an unknown conversion is copied as it stands.
+/// "(null)", a value of another type than its conversion is converted as well as can be (text stays
+/// text), widths and precisions are limited to 500, and an unknown conversion is copied as it
+/// stands. "%s" takes a text up to its first NUL.
 std::string formatText(std::string_view format, std::span<const FormatArgument> values);
 std::string formatText(std::string_view format, std::initializer_list<FormatArgument> values);
+/// The same, appended to a text.
+void appendFormatted(std::string& output, std::string_view format,
+                     std::span<const FormatArgument> values);
 
 } // namespace quorvane

@@ -2,6 +2,7 @@
 
 #include "kit/tasks/QVTaskEx.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "kit/log/QVLog.h"
@@ -59,7 +60,7 @@ int QVTaskEx::terminationCodeFromTaskOnInstance(const MaybePath& tool, const Arg
 }
 
 void QVTaskEx::startWatchdog(TaskTimeout timeout) {
-    const double wholeSeconds = std::isnan(timeout.count()) ? 0 : std::trunc(timeout.count());
+    const double wholeSeconds = std::max(0.0, std::trunc(timeout.count())); // 0 for no number too
     // Nobody calls the watchdog off: it sleeps its time out and looks at what then runs.
     platform::services().queues->detachThread(
         [self = shared_from_this(), wholeSeconds] { self->setupTimeout(wholeSeconds); });

@@ -10,6 +10,10 @@ namespace quorvane::platform::linux_ {
 /// The error number with its `strerror` wording. Any thread.
 Error systemError(int code = errno);
 
+/// The path as system calls take it, without slashes at its end. Fails with ENOENT for an empty or
+/// relative path, and with EINVAL where a NUL byte would cut it short and so name another item.
+Result<Path> systemPath(const Path& path);
+
 /// Owns an open descriptor and closes it. Movable; one thread at a time.
 class Descriptor {
 public:
@@ -40,5 +44,15 @@ auto retryInterrupted(Call call) {
     while (result == -1 && errno == EINTR) result = call();
     return result;
 }
+
+/// The folder that holds an item, opened as a place only (O_PATH), and the item's name there.
+struct ItemPlace {
+    Descriptor folder;
+    std::string name;
+};
+
+/// Opens the folder above an item. Links above the item are followed. EINVAL for an item named "."
+/// or "..", EBUSY for the root.
+Result<ItemPlace> openParent(const Path& path);
 
 } // namespace quorvane::platform::linux_

@@ -1,6 +1,13 @@
 #include "tests/support/fake_platform.h"
 
+#include "kit/log/QVLog.h"
+
 namespace quorvane::testing {
+namespace {
+
+constexpr double kEventSlice = 0.01; // seconds that waiting for an event takes
+
+} // namespace
 
 FakePlatform::FakePlatform()
     : services{.application = application,
@@ -16,11 +23,16 @@ FakePlatform::FakePlatform()
                .systemInfo = systemInfo,
                .userIdentity = identity,
                .workspace = workspace},
-      before_(platform::installServices(&services)) {}
+      before_(platform::installServices(&services)) {
+    application->onNextEvent([this] { queues->advance(kEventSlice); });
+}
 
 FakePlatform::~FakePlatform() {
     application->endLoop();
     queues->join();
+    // The log's lane outlives the test and must not find its services gone.
+    QVLog::finishWriting();
+    QVLog::sharedController().setFileHandle(nullptr);
     platform::installServices(before_);
 }
 

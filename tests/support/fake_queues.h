@@ -35,7 +35,7 @@ public:
     void sleepFor(double seconds) override;
     /// Goes on by the seconds slept and by what the test adds.
     double uptime() override { return uptime_; }
-    void advance(double seconds) { uptime_ = uptime_ + seconds; }
+    void advance(double seconds) { uptime_ += seconds; }
 
     /// Set these before other threads ask.
     void setMode(Detached mode) { mode_ = mode; }

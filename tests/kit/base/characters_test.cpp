@@ -46,5 +46,23 @@ TEST(Characters, ReplacesInOnePass) {
     EXPECT_EQ(replaceAll("abc", "x", "y"), "abc");
 }
 
+TEST(Characters, ReplacesBytesThatAreNoText) {
+    EXPECT_EQ(replaceInvalidBytes("plain \xC3\xA9 \xF0\x9F\x98\x80"),
+              "plain \xC3\xA9 \xF0\x9F\x98\x80");
+    EXPECT_EQ(replaceInvalidBytes("a\xFF"
+                                  "b\xC3"),
+              "a\xEF\xBF\xBD"
+              "b\xEF\xBF\xBD");
+    EXPECT_EQ(replaceInvalidBytes(""), "");
+}
+
+TEST(Characters, CountsLongTexts) {
+    EXPECT_EQ(characterCount("0123456789abcdef\xC3\xA9"
+                             "0123456789"),
+              27U);
+    EXPECT_FALSE(isValidUtf8("0123456789abcdef\xFF"));
+    EXPECT_TRUE(isValidUtf8("0123456789abcdef\xC3\xA9"));
+}
+
 } // namespace
 } // namespace quorvane

@@ -1,9 +1,11 @@
 #include "platform/linux/processes.h"
 
-#include <array>
 #include <atomic>
+#include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -86,8 +88,13 @@ bool hasChildren() {
     return ::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0;
 }
 
-void waitUntilNoChildIsLeft() {
-    while (hasChildren()) std::this_thread::sleep_for(1ms);
+/// Waits for the condition, a minute at most, and answers whether it holds.
+template <class Condition>
+bool eventually(Condition condition) {
+    const auto limit = std::chrono::steady_clock::now() + 1min;
+    while (!condition() && std::chrono::steady_clock::now() < limit)
+        std::this_thread::sleep_for(1ms);
+    return condition();
 }
 
 std::size_t openDescriptors() {
@@ -270,9 +277,8 @@ TEST_F(LinuxProcessesTest, LeavesNoZombieAndNoDescriptorBehind) {
         launch(description("/bin/true", {}));
         launch(description("/bin/sleep", {"1000"}))->terminate();
     }
-    waitUntilNoChildIsLeft();
-    while (openDescriptors() > before) std::this_thread::sleep_for(1ms);
-    EXPECT_EQ(openDescriptors(), before);
+    EXPECT_TRUE(eventually([] { return !hasChildren(); }));
+    EXPECT_TRUE(eventually([&] { return openDescriptors() == before; })) << openDescriptors();
 }
 
 TEST_F(LinuxProcessesTest, LetsAnAbandonedChildRunAndReapsIt) {
@@ -286,7 +292,7 @@ TEST_F(LinuxProcessesTest, LetsAnAbandonedChildRunAndReapsIt) {
     described.input = {};
     input.reset();
     EXPECT_EQ(readToEnd(*output), "ended\n");
-    waitUntilNoChildIsLeft();
+    EXPECT_TRUE(eventually([] { return !hasChildren(); }));
 }
 
 TEST_F(LinuxProcessesTest, KeepsTheLaunchesOfOtherThreadsOutOfAChild) {

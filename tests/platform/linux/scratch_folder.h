@@ -21,7 +21,9 @@ public:
         path_ = name;
     }
     ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder(ScratchFolder&&) = delete;
     ScratchFolder& operator=(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(ScratchFolder&&) = delete;
     ~ScratchFolder() {
         std::error_code ignored;
         std::filesystem::remove_all(path_, ignored);

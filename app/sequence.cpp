@@ -1,0 +1,147 @@
+// The uninstall, step by step. The order is fixed.
+
+#include <string>
+
+#include "app/AppController.h"
+#include "app/Catalogue.h"
+#include "app/name_predicate.h"
+#include "kit/base/components.h"
+#include "kit/files/QVFileManager.h"
+#include "kit/paths/QVLocalPaths.h"
+#include "kit/tasks/QVTaskEx.h"
+#include "platform/FileManager.h"
+#include "platform/Services.h"
+#include "platform/Workspace.h"
+
+namespace brightkeel {
+namespace {
+
+using namespace quorvane;
+
+using Names = std::span<const std::string_view>;
+
+constexpr const char* kQuitTool = "/usr/bin/killall";
+
+struct Options {
+    bool removeShared;
+    bool removeConfig;
+};
+
+/// One run of the uninstall on its worker thread.
+class Sequence {
+public:
+    Sequence(AppController& controller, Options options)
+        : controller_(controller), options_(options) {}
+
+    void run() {
+        quitTools();
+        if (options_.removeShared) trashRegisteredApplications();
+        trashApplications();
+        trashSupportFolder(UserDomain::yes);
+        trashSupportFolder(UserDomain::no);
+        if (options_.removeShared) trashSharedResources();
+        trashCaches();
+        if (options_.removeConfig) {
+            trashPreferences(UserDomain::yes);
+            trashPreferences(UserDomain::no);
+        }
+        trashAll(QVLocalPaths::libraryDirectory(UserDomain::yes), catalogue::kLaunchAgents);
+        if (options_.removeShared) {
+            trashMatches(UserDomain::yes, catalogue::kScheduledTasks);
+            trashMatches(UserDomain::no, catalogue::kRootScheduledTasks);
+        }
+        trashMatches(UserDomain::no, catalogue::kOldReceipts);
+        for (const std::string_view receipt : catalogue::kReceipts)
+            controller_.trashFile(Path(receipt));
+        removeEmptyApplicationFolders();
+    }
+
+private:
+    /// The shared tools too, whatever the options say. Names that are not running make the tool
+    /// fail; that is no concern here.
+    static void quitTools() {
+        const Names names = catalogue::kToolsToQuit;
+        QVTaskEx::runTask(kQuitTool, Arguments(names.begin(), names.end()));
+    }
+
+    void trashRegisteredApplications() {
+        for (const std::string_view identifier : catalogue::kSharedIdentifiers)
+            controller_.trashFile(
+                platform::services().workspace->bundlePath(std::string(identifier)));
+    }
+
+    void trashApplications() {
+        const MaybePath folder = QVLocalPaths::applicationDirectory(UserDomain::no);
+        trashAll(folder, catalogue::kApplications);
+        if (options_.removeShared) trashAll(folder, catalogue::kSharedApplications);
+    }
+
+    void trashSupportFolder(UserDomain domain) {
+        const MaybePath folder =
+            joinPath(QVLocalPaths::appSupportDirectory(domain), catalogue::kSupportFolder.folder);
+        for (const std::string& name : matches(folder, catalogue::kSupportFolder.predicate))
+            controller_.trashFile(joinPath(folder, name));
+        QVFileManager::removeFolderIfEmpty(folder);
+    }
+
+    void trashSharedResources() {
+        controller_.trashFile(joinPath(QVLocalPaths::appSupportDirectory(UserDomain::yes),
+                                       catalogue::kSharedResources));
+    }
+
+    void trashCaches() {
+        const MaybePath folder = QVLocalPaths::cacheDirectory(UserDomain::yes);
+        trashAll(folder, catalogue::kCaches);
+        if (options_.removeShared) trashAll(folder, catalogue::kSharedIdentifiers);
+    }
+
+    void trashPreferences(UserDomain domain) {
+        const MaybePath folder = QVLocalPaths::prefsDirectory(domain);
+        trashAll(folder, catalogue::kPreferences);
+        if (options_.removeShared) trashAll(folder, catalogue::kSharedPreferences);
+    }
+
+    /// The matching entries of a folder of the library.
+    void trashMatches(UserDomain domain, const catalogue::Scan& scan) {
+        const MaybePath folder = joinPath(QVLocalPaths::libraryDirectory(domain), scan.folder);
+        for (const std::string& name : matches(folder, scan.predicate))
+            controller_.trashFile(*folder + '/' + name);
+    }
+
+    static void removeEmptyApplicationFolders() {
+        const MaybePath folder = QVLocalPaths::applicationDirectory(UserDomain::no);
+        QVFileManager::removeFolderIfEmpty(joinPath(folder, catalogue::kSuiteFolder));
+        QVFileManager::removeFolderIfEmpty(joinPath(folder, catalogue::kMakerFolder));
+    }
+
+    void trashAll(const MaybePath& folder, Names names) {
+        for (const std::string_view name : names) controller_.trashFile(joinPath(folder, name));
+    }
+
+    /// The names in the folder that match, in the order of the listing; none if it cannot be
+    /// listed.
+    static std::vector<std::string> matches(const MaybePath& folder, std::string_view predicate) {
+        if (!folder) return {};
+        auto listing = platform::services().makeFileManager()->contentsOfDirectory(*folder);
+        if (!listing) return {};
+        std::erase_if(listing.value(),
+                      [&](const std::string& name) { return !nameMatches(name, predicate); });
+        return std::move(listing.value());
+    }
+
+    AppController& controller_;
+    Options options_;
+};
+
+bool isOn(const platform::CheckBox& box) { return box.state() == platform::CheckBox::kOn; }
+
+} // namespace
+
+void AppController::beginUninstall() {
+    const Options options{.removeShared = isOn(*outlets_.removeSharedCheck),
+                          .removeConfig = isOn(*outlets_.removeConfigCheck)};
+    Sequence(*this, options).run();
+    platform::services().application->performOnMainThreadAndWait([this] { endProgress(); });
+}
+
+} // namespace brightkeel

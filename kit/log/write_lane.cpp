@@ -1,0 +1,110 @@
+#include "kit/log/write_lane.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace quorvane {
+namespace {
+
+/// Room of a batch: big enough to make writes cheap, small enough to stay in the processor's cache
+/// and to be allocated in no time while callers wait for the lock.
+constexpr std::size_t kBatchBytes = 65536;
+
+} // namespace
+
+WriteLane::WriteLane(Writer writer) : writer_(std::move(writer)), thread_([this] { run(); }) {}
+
+WriteLane::~WriteLane() {
+    cancelAllOperations();
+    {
+        const std::lock_guard lock(mutex_);
+        stopping_ = true;
+    }
+    work_.notify_one();
+    thread_.join();
+}
+
+void WriteLane::add(std::string_view text, std::uint64_t characters) {
+    if (isClosed()) return;
+    if (isCurrentThread()) {
+        own_.append(text, characters);
+        ++ownCount_;
+        return;
+    }
+    std::unique_lock lock(mutex_);
+    batchWithRoom(LineBatch::kPrefixLength + text.size() + 1).append(text, characters);
+    ++added_;
+    if (!std::exchange(asleep_, false)) return;
+    lock.unlock();
+    work_.notify_one();
+}
+
+LineBatch& WriteLane::batchWithRoom(std::size_t length) {
+    if (pending_.empty() || pending_.back().bytes.size() + length > kBatchBytes)
+        pending_.emplace_back().bytes.reserve(std::max(kBatchBytes, length));
+    return pending_.back();
+}
+
+std::uint64_t WriteLane::operationCount() const {
+    const std::lock_guard lock(mutex_);
+    return added_ - finished_ + ownCount_;
+}
+
+void WriteLane::waitUntilAllOperationsAreFinished() {
+    if (isCurrentThread()) return;
+    std::unique_lock lock(mutex_);
+    ++waiting_;
+    progress_.wait(lock, [this, last = added_] { return finished_ >= last; });
+    --waiting_;
+}
+
+void WriteLane::cancelAllOperations() {
+    const std::lock_guard lock(mutex_);
+    cancelled_ = added_;
+}
+
+void WriteLane::run() {
+    std::unique_lock lock(mutex_);
+    for (;;) {
+        while (pending_.empty() && !stopping_) {
+            asleep_ = true;
+            work_.wait(lock);
+        }
+        if (pending_.empty()) return;
+        std::vector<LineBatch> taken = std::exchange(pending_, {});
+        lock.unlock();
+        for (LineBatch& batch : taken) carryOut(std::move(batch));
+        lock.lock();
+    }
+}
+
+void WriteLane::carryOut(LineBatch batch) {
+    const std::uint64_t firstSequence = sequence_;
+    for (std::size_t next = 0; next < batch.lines.size(); finish(sequence_)) {
+        const std::uint64_t cancelled = cancelled_;
+        if (cancelled > sequence_) {
+            next = std::min<std::size_t>(cancelled - firstSequence, batch.lines.size());
+        } else {
+            next = writer_(batch, next);
+            carryOutOwn();
+        }
+        sequence_ = firstSequence + next;
+    }
+}
+
+void WriteLane::carryOutOwn() {
+    while (!own_.lines.empty()) {
+        LineBatch batch = std::exchange(own_, {});
+        for (std::size_t next = 0; next < batch.lines.size() && cancelled_ <= sequence_;)
+            next = writer_(batch, next);
+        ownCount_ -= batch.lines.size();
+    }
+}
+
+void WriteLane::finish(std::uint64_t sequence) {
+    const std::lock_guard lock(mutex_);
+    finished_ = sequence;
+    if (waiting_ > 0) progress_.notify_all();
+}
+
+} // namespace quorvane

@@ -1,0 +1,26 @@
+# The Debian packages that `cpack -G DEB` makes.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_CONTACT "Quorvane <support@quorvane.com>")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL kit)
+if(QV_BUILD_APP)
+  list(APPEND CPACK_COMPONENTS_ALL program)
+endif()
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME brightkeel-uninstaller)
+set(CPACK_COMPONENT_PROGRAM_DESCRIPTION "Quits the running Brightkeel tools and moves the whole suite to the Trash,
+ from which every item can be put back.")
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_SHLIBDEPS ON)
+# killall, which quits the tools.
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS psmisc)
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_RECOMMENDS qt6-wayland)
+
+set(CPACK_DEBIAN_KIT_PACKAGE_NAME quorvane-kit-dev)
+set(CPACK_COMPONENT_KIT_DESCRIPTION "Headers and static libraries of the kit below the Brightkeel uninstaller.")
+set(CPACK_DEBIAN_KIT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_KIT_PACKAGE_DEPENDS "libplist-dev, pkg-config")
+include(CPack)

@@ -1,0 +1,106 @@
+#include "platform/linux/file_manager.h"
+
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/linux/directory.h"
+#include "platform/linux/file_attributes.h"
+#include "platform/linux/file_moving.h"
+#include "platform/linux/file_removal.h"
+#include "platform/linux/file_writing.h"
+#include "platform/linux/posix.h"
+
+namespace quorvane::platform::linux_ {
+namespace {
+
+constexpr mode_t kNewFolderMode = 0777;
+
+bool isFolder(const Path& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool allows(const Path& path, int mode) {
+    const Result<Path> plain = systemPath(path);
+    return plain && faccessat(AT_FDCWD, plain.value().c_str(), mode, AT_EACCESS) == 0;
+}
+
+int descriptorOf(StreamHandle handle) { return static_cast<int>(handle); }
+
+class LinuxFileManager : public FileManager {
+public:
+    Existence existence(const Path& path) override;
+    Result<std::vector<std::string>> contentsOfDirectory(const Path& path) override;
+    Result<void> removeItem(const Path& path) override { return removeTree(path); }
+    Result<void> moveItem(const Path& source, const Path& destination) override {
+        return renameItem(source, destination);
+    }
+    Result<void> createDirectories(const Path& path) override;
+
+    Result<ItemAttributes> attributes(const Path& path) override { return readAttributes(path); }
+    Result<void> setAttributes(const Path& path, const AttributeChanges& changes) override {
+        return changeAttributes(path, changes);
+    }
+    bool isWritable(const Path& path) override { return allows(path, W_OK); }
+    bool isExecutable(const Path& path) override { return allows(path, X_OK); }
+
+    Result<void> writeAtomically(const Path& path, std::string_view content) override {
+        return replaceContent(path, content);
+    }
+    Result<StreamHandle> openForWriting(const Path& path) override { return openStream(path); }
+    Result<std::uint64_t> seekToEnd(StreamHandle handle) override;
+    Result<std::size_t> write(StreamHandle handle, std::string_view bytes) override {
+        return writeStream(descriptorOf(handle), bytes);
+    }
+    void close(StreamHandle handle) override { ::close(descriptorOf(handle)); }
+};
+
+Existence LinuxFileManager::existence(const Path& path) {
+    const Result<Path> plain = systemPath(path);
+    struct stat status {};
+    if (!plain || stat(plain.value().c_str(), &status) != 0) return {};
+    return {true, S_ISDIR(status.st_mode), {status.st_dev, status.st_ino}};
+}
+
+Result<std::vector<std::string>> LinuxFileManager::contentsOfDirectory(const Path& path) {
+    const Result<Path> plain = systemPath(path);
+    if (!plain) return plain.error();
+    const Descriptor folder(retryInterrupted(
+        [&] { return open(plain.value().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+    if (!folder) return systemError();
+    Result<std::vector<DirectoryEntry>> entries = readEntries(folder.get());
+    if (!entries) return entries.error();
+    std::vector<std::string> names;
+    names.reserve(entries.value().size());
+    for (DirectoryEntry& entry : entries.value()) names.push_back(std::move(entry.name));
+    return names;
+}
+
+Result<void> LinuxFileManager::createDirectories(const Path& path) {
+    const Result<Path> plain = systemPath(path);
+    if (!plain) return plain.error();
+    for (std::size_t slash = 0; slash != Path::npos;) {
+        slash = plain.value().find('/', slash + 1);
+        const Path folder = plain.value().substr(0, slash);
+        if (isFolder(folder) || mkdir(folder.c_str(), kNewFolderMode) == 0) continue;
+        if (errno != EEXIST) return systemError();
+        // Another process may have made it just now; anything else there is in the way.
+        if (!isFolder(folder)) return systemError(slash == Path::npos ? EEXIST : ENOTDIR);
+    }
+    return {};
+}
+
+Result<std::uint64_t> LinuxFileManager::seekToEnd(StreamHandle handle) {
+    const off_t end = lseek(descriptorOf(handle), 0, SEEK_END);
+    if (end < 0) return systemError();
+    return static_cast<std::uint64_t>(end);
+}
+
+} // namespace
+
+std::unique_ptr<FileManager> makeFileManager() { return std::make_unique<LinuxFileManager>(); }
+
+} // namespace quorvane::platform::linux_

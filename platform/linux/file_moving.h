@@ -1,0 +1,15 @@
+// Renaming items without replacing others.
+#pragma once
+
+#include "platform/Values.h"
+
+namespace quorvane::platform::linux_ {
+
+/// As FileManager::moveItem.
+Result<void> renameItem(const Path& source, const Path& destination);
+
+/// The same for file systems that cannot refuse to replace: takes the free name with an empty item
+/// first, which fails with EEXIST where there is one, and then renames onto that. Plain paths.
+Result<void> renameOntoPlaceholder(const Path& source, const Path& destination);
+
+} // namespace quorvane::platform::linux_

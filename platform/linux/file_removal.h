@@ -1,0 +1,14 @@
+// Deleting items and trees.
+#pragma once
+
+#include "platform/Values.h"
+
+namespace quorvane::platform::linux_ {
+
+/// Deletes an item, a folder with all below it. Walks by descriptor, so that neither the depth of a
+/// tree nor a folder that is swapped for a link meanwhile leads astray. What another process
+/// deletes meanwhile counts as deleted. A folder where another file system is mounted is EBUSY, and
+/// nothing on that file system is touched.
+Result<void> removeTree(const Path& path);
+
+} // namespace quorvane::platform::linux_

@@ -1,0 +1,35 @@
+#include "platform/linux/queues.h"
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+#include <utility>
+
+namespace quorvane::platform::linux_ {
+namespace {
+
+using Seconds = std::chrono::duration<double>;
+
+/// Longer sleeps do not fit the clock. A century of sleep is as good as any other.
+constexpr Seconds kLongestSleep{100.0 * 365 * 24 * 3600};
+
+class StandardQueues : public Queues {
+public:
+    void detachThread(std::function<void()> operation) override {
+        std::thread(std::move(operation)).detach();
+    }
+
+    void sleepFor(double seconds) override {
+        if (seconds > 0) std::this_thread::sleep_for(std::min(Seconds(seconds), kLongestSleep));
+    }
+
+    double uptime() override {
+        return Seconds(std::chrono::steady_clock::now().time_since_epoch()).count();
+    }
+};
+
+} // namespace
+
+std::shared_ptr<Queues> makeQueues() { return std::make_shared<StandardQueues>(); }
+
+} // namespace quorvane::platform::linux_

@@ -1,0 +1,38 @@
+#include "platform/linux/services.h"
+
+#include <utility>
+
+#include "platform/linux/authorization.h"
+#include "platform/linux/console_log.h"
+#include "platform/linux/exceptions.h"
+#include "platform/linux/extended_attributes.h"
+#include "platform/linux/file_manager.h"
+#include "platform/linux/processes.h"
+#include "platform/linux/property_lists.h"
+#include "platform/linux/queues.h"
+#include "platform/linux/standard_directories.h"
+#include "platform/linux/system_info.h"
+#include "platform/linux/user_identity.h"
+#include "platform/linux/workspace.h"
+
+namespace quorvane::platform::linux_ {
+
+Services makeServices(std::shared_ptr<Application> application) {
+    const auto identity = std::make_shared<LinuxUserIdentity>();
+    const auto propertyLists = std::make_shared<LinuxPropertyLists>();
+    return {.application = std::move(application),
+            .authorization = makeAuthorization(),
+            .consoleLog = makeConsoleLog(),
+            .exceptions = makeExceptions(),
+            .extendedAttributes = makeExtendedAttributes(),
+            .makeFileManager = makeFileManager,
+            .processes = makeProcesses(),
+            .propertyLists = propertyLists,
+            .queues = makeQueues(),
+            .standardDirectories = std::make_shared<LinuxStandardDirectories>(identity),
+            .systemInfo = makeSystemInfo(),
+            .userIdentity = identity,
+            .workspace = std::make_shared<LinuxWorkspace>(identity, propertyLists)};
+}
+
+} // namespace quorvane::platform::linux_

@@ -1,0 +1,69 @@
+#include "platform/linux/trash_info.h"
+
+#include <array>
+
+namespace quorvane::platform::linux_ {
+namespace {
+
+constexpr std::size_t kMaxName = 255 - kTrashInfoSuffix.size();
+// A longer "extension" is a part of the name that happens to follow a dot.
+constexpr std::size_t kMaxExtension = 32;
+
+bool isUnreserved(char letter) {
+    return (letter >= 'A' && letter <= 'Z') || (letter >= 'a' && letter <= 'z') ||
+           (letter >= '0' && letter <= '9') ||
+           std::string_view("-_.~/").find(letter) != std::string_view::npos;
+}
+
+std::string percentEncoded(std::string_view path) {
+    static constexpr std::string_view kDigits = "0123456789ABCDEF";
+    std::string encoded;
+    encoded.reserve(path.size() + 16);
+    for (const char letter : path) {
+        if (isUnreserved(letter)) {
+            encoded += letter;
+            continue;
+        }
+        const auto byte = static_cast<unsigned char>(letter);
+        encoded += {'%', kDigits[byte >> 4U], kDigits[byte & 0x0FU]};
+    }
+    return encoded;
+}
+
+// The dot and what follows it; empty for names such as "Notes" or ".profile".
+std::string_view extensionWithDot(std::string_view name) {
+    const auto dot = name.rfind('.');
+    if (dot == std::string_view::npos || dot == 0 || name.size() - dot > kMaxExtension) return {};
+    return name.substr(dot);
+}
+
+// A character of UTF-8 has at most three continuation bytes.
+std::string_view cut(std::string_view text, std::size_t length) {
+    if (text.size() <= length) return text;
+    std::size_t end = length;
+    while (end + 3 > length && end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U)
+        --end;
+    const bool isCharacterStart = (static_cast<unsigned char>(text[end]) & 0xC0U) != 0x80U;
+    return text.substr(0, isCharacterStart ? end : length);
+}
+
+} // namespace
+
+std::string trashInfo(std::string_view path, std::time_t deleted) {
+    std::tm local{};
+    ::localtime_r(&deleted, &local);
+    std::array<char, 32> date{};
+    const std::size_t length = std::strftime(date.data(), date.size(), "%Y-%m-%dT%H:%M:%S", &local);
+    return "[Trash Info]\nPath=" + percentEncoded(path) +
+           "\nDeletionDate=" + std::string(date.data(), length) + "\n";
+}
+
+std::string trashName(std::string_view name, unsigned long number) {
+    std::string ending;
+    if (number > 1) ending = "." + std::to_string(number);
+    ending += extensionWithDot(name);
+    const std::string_view stem = name.substr(0, name.size() - extensionWithDot(name).size());
+    return std::string(cut(stem, kMaxName - ending.size())) + ending;
+}
+
+} // namespace quorvane::platform::linux_

@@ -1,0 +1,35 @@
+#include "platform/linux/workspace.h"
+
+#include <utility>
+
+#include "platform/PropertyLists.h"
+#include "platform/UserIdentity.h"
+#include "platform/linux/bundles.h"
+#include "platform/linux/trash_owner.h"
+
+namespace quorvane::platform::linux_ {
+
+LinuxWorkspace::LinuxWorkspace(std::shared_ptr<UserIdentity> identity,
+                               std::shared_ptr<PropertyLists> propertyLists)
+    : identity_(std::move(identity)), propertyLists_(std::move(propertyLists)), trash_(identity_) {}
+
+Result<void> LinuxWorkspace::recycle(const Path& sourceFolder, const Path&,
+                                     const std::vector<std::string>& names) {
+    return trash_.recycle(sourceFolder, names);
+}
+
+MaybePath LinuxWorkspace::bundlePath(const std::string& identifier) {
+    const auto folders = trashOwner(*identity_);
+    if (folders)
+        if (auto path = registeredBundle(folders->dataHome + "/applications", identifier))
+            return path;
+    if (auto path = findBundle("/Applications", identifier, *propertyLists_)) return path;
+    return folders ? findBundle(folders->home + "/Applications", identifier, *propertyLists_)
+                   : std::nullopt;
+}
+
+bool LinuxWorkspace::isFilePackage(const Path& path) { return isBundle(path); }
+
+void LinuxWorkspace::noteFileSystemChanged(const Path&) {}
+
+} // namespace quorvane::platform::linux_

@@ -1,0 +1,38 @@
+// The desktop's workspace: the freedesktop.org Trash, and bundles.
+#pragma once
+
+#include <memory>
+
+#include "platform/Workspace.h"
+#include "platform/linux/trash.h"
+
+namespace quorvane::platform {
+class PropertyLists;
+class UserIdentity;
+} // namespace quorvane::platform
+
+namespace quorvane::platform::linux_ {
+
+/// Recycled items go to the desktop's own Trash, so the destination folder that callers expect is
+/// not looked at: `~/.Trash` leads there.
+class LinuxWorkspace final : public Workspace {
+public:
+    LinuxWorkspace(std::shared_ptr<UserIdentity> identity,
+                   std::shared_ptr<PropertyLists> propertyLists);
+
+    Result<void> recycle(const Path& sourceFolder, const Path& destinationFolder,
+                         const std::vector<std::string>& names) override;
+    /// A registered bundle that still stands, else the first with the identifier in /Applications
+    /// and ~/Applications.
+    MaybePath bundlePath(const std::string& identifier) override;
+    bool isFilePackage(const Path& path) override;
+    /// Does nothing: file managers watch the folders that they show.
+    void noteFileSystemChanged(const Path& path) override;
+
+private:
+    std::shared_ptr<UserIdentity> identity_;
+    std::shared_ptr<PropertyLists> propertyLists_;
+    Trash trash_;
+};
+
+} // namespace quorvane::platform::linux_

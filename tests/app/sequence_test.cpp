@@ -1,0 +1,162 @@
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "app/AppController.h"
+#include "tests/app/fake_installation.h"
+#include "tests/support/fake_platform.h"
+#include "tests/support/log_reader.h"
+
+namespace brightkeel {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAreArray;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using namespace quorvane;
+using quorvane::testing::FakePlatform;
+
+constexpr int kOn = platform::CheckBox::kOn;
+constexpr int kOff = platform::CheckBox::kOff;
+constexpr int kMixed = platform::CheckBox::kMixed;
+
+std::vector<std::string> golden(const std::string& name) {
+    std::ifstream file(std::string(GOLDEN_FOLDER) + "/" + name + ".txt");
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(file, line);) lines.push_back(line);
+    return lines;
+}
+
+class Uninstall : public ::testing::Test {
+protected:
+    Uninstall() : log(system) {
+        testing::install(system);
+        system.queues->setMode(quorvane::testing::Detached::onThread);
+        system.application->setMode(quorvane::testing::MainThread::pumped);
+        const auto main = system.application->makeWindow(
+            {.title = "Main",
+             .elements = {platform::CheckBoxElement{"removeSharedCheck", "", ""},
+                          platform::CheckBoxElement{"removeConfigCheck", "", ""}},
+             .closeAction = {}});
+        const auto progress = system.application->makeWindow(
+            {.title = "Progress",
+             .elements = {platform::ProgressElement{"progressBar", ""}},
+             .closeAction = {}});
+        controller.setOutlets({.windowMain = main,
+                               .removeSharedCheck = main->checkBox("removeSharedCheck"),
+                               .removeConfigCheck = main->checkBox("removeConfigCheck"),
+                               .windowProgress = progress,
+                               .progressBar = progress->progressIndicator("progressBar")});
+        controller.awakeFromNib();
+        system.journal->clear();
+    }
+
+    /// Presses Uninstall, and answers what was done, without the unlocking of each item.
+    std::vector<std::string> run(int removeShared, int removeConfig) {
+        system.application->setCheckBoxState("removeSharedCheck", removeShared);
+        system.application->setCheckBoxState("removeConfigCheck", removeConfig);
+        controller.uninstall();
+        EXPECT_TRUE(
+            system.application->pumpUntil([this] { return system.application->terminated(); }));
+        system.queues->join();
+        std::vector<std::string> done;
+        for (const std::string& entry : system.journal->entries())
+            if (!entry.starts_with("files.setAttributes ") && !entry.starts_with("queues.") &&
+                entry.find("/Logs/Quorvane/") == std::string::npos)
+                done.push_back(entry);
+        return done;
+    }
+
+    FakePlatform system;
+    quorvane::testing::LogReader log;
+    AppController controller;
+};
+
+TEST_F(Uninstall, WithNeitherOption) {
+    EXPECT_THAT(run(kOff, kOff), ElementsAreArray(golden("neither")));
+}
+
+TEST_F(Uninstall, WithSharedApplications) {
+    EXPECT_THAT(run(kOn, kOff), ElementsAreArray(golden("shared")));
+}
+
+TEST_F(Uninstall, WithPreferences) {
+    EXPECT_THAT(run(kOff, kOn), ElementsAreArray(golden("config")));
+}
+
+TEST_F(Uninstall, WithBothOptions) {
+    EXPECT_THAT(run(kOn, kOn), ElementsAreArray(golden("both")));
+    EXPECT_TRUE(system.disk->contains(
+        "/Users/anna/Library/Application Support/Quorvane/Brightkeel/.DS_Store"));
+    EXPECT_TRUE(system.disk->contains("/Library/Preferences/com.quorvane.global.plist"));
+    EXPECT_TRUE(system.disk->contains(
+        "/Users/anna/Library/LaunchAgents/com.quorvane.ScheduledTask7.plist.bak"));
+}
+
+TEST_F(Uninstall, AMixedCheckBoxCountsAsOff) {
+    EXPECT_THAT(run(kMixed, kMixed), ElementsAreArray(golden("neither")));
+}
+
+TEST_F(Uninstall, ASecondRunFindsNothingLeft) {
+    run(kOn, kOn);
+    const auto left = system.disk->paths();
+    system.journal->clear();
+    AppController second = controller;
+    second.beginUninstall();
+    EXPECT_THAT(system.journal->entries("workspace.recycle"), ::testing::IsEmpty());
+    EXPECT_EQ(system.disk->paths(), left);
+}
+
+TEST_F(Uninstall, GoesOnWhenItemsCannotBeMoved) {
+    system.disk->failAlways("recycle", quorvane::testing::FakeDisk::kAnyPath,
+                            {13, "Permission denied"});
+    system.authorization->createStatus = platform::kAuthorizationDenied;
+    for (const Path tool : {"/bin/mv", "/bin/rm"}) system.disk->addFile(tool);
+    const auto before = system.disk->paths();
+    const auto done = run(kOn, kOn);
+    EXPECT_THAT(done, Contains("application.alert Uninstall complete | Items have been placed in "
+                               "your Trash."));
+    EXPECT_EQ(system.disk->paths(), before);
+    const auto tried = system.journal->entries("workspace.recycle");
+    EXPECT_EQ(tried.size(), 119U); // every item of the catalogue and of the scans
+}
+
+TEST_F(Uninstall, GoesOnWithoutTheQuitTool) {
+    system.disk->erase("/usr/bin/killall");
+    run(kOff, kOff);
+    EXPECT_FALSE(system.disk->contains("/Applications/Brightkeel Hub.app"));
+    EXPECT_THAT(log.messages(), Contains("Error: /usr/bin/killall is not executable"));
+}
+
+TEST_F(Uninstall, FoldersThatCannotBeListedHaveNoItems) {
+    for (const Path folder :
+         {"/Library/Receipts", "/Library/LaunchDaemons", "/Users/anna/Library/LaunchAgents"})
+        system.disk->failAlways("contentsOfDirectory", folder, {13, "Permission denied"});
+    run(kOn, kOn);
+    EXPECT_TRUE(system.disk->contains("/Library/Receipts/Brightkeel 4.pkg"));
+    EXPECT_TRUE(
+        system.disk->contains("/Library/LaunchDaemons/com.quorvane.RootScheduledTask1.plist"));
+}
+
+TEST_F(Uninstall, WorksForNobodyWhenNobodyIsAtTheSuperusersConsole) {
+    system.identity->becomeSuperuser();
+    system.identity->console = std::nullopt;
+    const auto done = run(kOn, kOn);
+    EXPECT_THAT(done, Not(Contains(HasSubstr("/Users/anna/Library"))));
+    EXPECT_TRUE(system.application->terminated());
+}
+
+TEST_F(Uninstall, ABundleRegisteredInAReleaseFolderStays) {
+    const Path bundle = "/Users/anna/build/Release/Quorvane Switchboard.app";
+    system.disk->addFile(bundle + "/Contents/Info.plist");
+    system.workspace->addBundle("com.quorvane.switchboard", bundle);
+    run(kOn, kOff);
+    EXPECT_TRUE(system.disk->contains(bundle));
+}
+
+} // namespace
+} // namespace brightkeel

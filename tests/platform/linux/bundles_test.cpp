@@ -1,0 +1,123 @@
+#include "platform/linux/bundles.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "platform/linux/property_lists.h"
+#include "tests/platform/linux/scratch_folder.h"
+
+namespace quorvane::platform::linux_ {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string infoFor(const std::string& identifier) {
+    return "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>" + identifier +
+           "</string></dict></plist>";
+}
+
+class BundlesTest : public ::testing::Test {
+protected:
+    Path addApplication(const std::string& path, const std::string& identifier) const {
+        scratch.addFile(path + "/Contents/Info.plist", infoFor(identifier));
+        return scratch / path;
+    }
+    MaybePath find(const std::string& identifier) {
+        return findBundle(scratch.path(), identifier, propertyLists);
+    }
+    MaybePath registered(const std::string& entry) const {
+        scratch.addFile("com.quorvane.A.desktop", entry);
+        return registeredBundle(scratch.path(), "com.quorvane.A");
+    }
+
+    quorvane::testing::ScratchFolder scratch;
+    LinuxPropertyLists propertyLists;
+};
+
+TEST_F(BundlesTest, ABundleIsAFolderWithABundlesExtension) {
+    for (const char* name : {"A.app", "B.APP", "c.bundle", "d.plugin", "e.kext", "f.prefPane",
+                             "g.pkg", "h.framework", "i j.app"})
+        EXPECT_TRUE(isBundle(scratch.addFolder(name))) << name;
+    EXPECT_TRUE(isBundle(scratch / "A.app/"));
+    for (const char* name : {"folder", "app", ".app", "x.apps", "y.app.txt", "z."})
+        EXPECT_FALSE(isBundle(scratch.addFolder(name))) << name;
+    EXPECT_FALSE(isBundle(scratch.addFile("file.app")));
+    EXPECT_FALSE(isBundle(scratch / "missing.app"));
+    EXPECT_FALSE(isBundle(""));
+}
+
+TEST_F(BundlesTest, FindsAnApplicationThreeLevelsDeep) {
+    const Path first = addApplication("A.app", "com.quorvane.A");
+    const Path third = addApplication("Utilities/More/C.app", "com.quorvane.C");
+    addApplication("Utilities/More/Deep/D.app", "com.quorvane.D");
+    EXPECT_EQ(find("com.quorvane.A"), MaybePath(first));
+    EXPECT_EQ(find("com.quorvane.C"), MaybePath(third));
+    EXPECT_EQ(find("com.quorvane.D"), std::nullopt);
+    EXPECT_EQ(find(""), std::nullopt);
+}
+
+TEST_F(BundlesTest, TheFirstInTheOrderOfNamesIsTaken) {
+    addApplication("Z.app", "com.quorvane.A");
+    const Path first = addApplication("B.app", "com.quorvane.A");
+    EXPECT_EQ(find("com.quorvane.A"), MaybePath(first));
+}
+
+TEST_F(BundlesTest, IdentifiersAreComparedAsTheyStand) {
+    addApplication("A.app", "com.quorvane.A");
+    EXPECT_EQ(find("com.quorvane.a"), std::nullopt);
+    EXPECT_EQ(find("com.quorvane"), std::nullopt);
+}
+
+TEST_F(BundlesTest, DoesNotLookIntoBundlesOrThroughLinks) {
+    addApplication("A.app/Helpers/Inner.app", "com.quorvane.Inner");
+    addApplication("B.bundle/C.app", "com.quorvane.C");
+    addApplication("plain.bundle", "com.quorvane.Plain");
+    fs::create_directory_symlink(scratch.path(), scratch / "loop");
+    EXPECT_EQ(find("com.quorvane.Inner"), std::nullopt);
+    EXPECT_EQ(find("com.quorvane.C"), std::nullopt);
+    EXPECT_EQ(find("com.quorvane.Plain"), std::nullopt);
+}
+
+TEST_F(BundlesTest, BrokenInfosAreSkipped) {
+    scratch.addFile("A.app/Contents/Info.plist", "no property list");
+    scratch.addFile(
+        "B.app/Contents/Info.plist",
+        "<plist><dict><key>CFBundleIdentifier</key><integer>1</integer></dict></plist>");
+    scratch.addFolder("C.app/Contents");
+    ASSERT_EQ(::mkfifo((scratch / "C.app/Contents/Info.plist").c_str(), 0600), 0);
+    scratch.addFolder("D.app");
+    const Path sound = addApplication("E.app", "com.quorvane.A");
+    EXPECT_EQ(find("com.quorvane.A"), MaybePath(sound));
+}
+
+TEST_F(BundlesTest, AMissingFolderHoldsNothing) {
+    EXPECT_EQ(findBundle(scratch / "missing", "com.quorvane.A", propertyLists), std::nullopt);
+}
+
+TEST_F(BundlesTest, ReadsTheDesktopEntryOfTheIdentifier) {
+    const Path bundle = scratch.addFolder("My App\\.app");
+    EXPECT_EQ(registered("[Desktop Entry]\nName=A\nX-Quorvane-Bundle = " + scratch.path() +
+                         "/My\\sApp\\\\.app\n"),
+              MaybePath(bundle));
+    EXPECT_EQ(registeredBundle(scratch.path(), "com.quorvane.B"), std::nullopt);
+    EXPECT_EQ(registeredBundle(scratch.path(), "../com.quorvane.A"), std::nullopt);
+    EXPECT_EQ(registeredBundle(scratch.path(), ""), std::nullopt);
+}
+
+TEST_F(BundlesTest, StaleAndForeignEntriesAreIgnored) {
+    const Path bundle = scratch.addFolder("A.app");
+    for (const std::string& entry :
+         {std::string("[Desktop Entry]\nName=A\n"), "X-Quorvane-Bundle=" + bundle,
+          "[Desktop Entry]\n[Desktop Action x]\nX-Quorvane-Bundle=" + bundle,
+          "[Desktop Entry]\nX-Quorvane-BundleOther=" + bundle,
+          "[Desktop Entry]\nX-Quorvane-Bundle=" + bundle + "/missing",
+          std::string("[Desktop Entry]\nX-Quorvane-Bundle=A.app"),
+          std::string("[Desktop Entry]\nX-Quorvane-Bundle="), std::string()})
+        EXPECT_EQ(registered(entry), std::nullopt) << entry;
+    EXPECT_EQ(registered("[Desktop Entry]\nX-Quorvane-Bundle=" + bundle), MaybePath(bundle));
+}
+
+} // namespace
+} // namespace quorvane::platform::linux_

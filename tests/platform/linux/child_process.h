@@ -1,0 +1,32 @@
+// Bodies of tests that must not change the test program's own user or mounts.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "platform/Values.h"
+
+namespace quorvane::testing {
+
+/// The user that asOrdinaryUser runs its body as, where the tests run as the superuser.
+inline constexpr unsigned kOrdinaryUser = 65534;
+
+/// Whether the tests run as the superuser.
+bool isSuperuser();
+
+/// Runs the body in a child that has no rights of the superuser; the folder is handed to its user.
+/// Expectations that fail in the child fail the test.
+void asOrdinaryUser(const Path& folder, const std::function<void()>& body);
+
+/// Runs the body in a child whose mounts are its own and end with it. Superuser only.
+void inPrivateMounts(const std::function<void()>& body);
+
+/// Mounts a file system, in private mounts.
+void mountVolume(const char* type, const Path& folder, const std::string& options = {});
+void remountReadOnly(const Path& folder);
+
+} // namespace quorvane::testing
+
+/// Ends the test where it cannot mount, or own what belongs to others.
+#define QV_NEEDS_SUPERUSER()                                                                       \
+    if (!quorvane::testing::isSuperuser()) GTEST_SKIP() << "needs the superuser's rights"
