@@ -8,6 +8,7 @@
 
 #include "platform/linux/processes.h"
 #include "tests/support/fake_processes.h"
+#include "tests/support/time_limit.h"
 
 namespace quorvane::testing {
 namespace {
@@ -53,6 +54,7 @@ protected:
         return text;
     }
 
+    const TimeLimit timeLimit_; // reads and waits for processes have no limit of their own
     Journal journal_;
     std::shared_ptr<platform::Processes> processes_ = GetParam().make(journal_);
     std::shared_ptr<Pipe> output_ = processes_->makePipe();
