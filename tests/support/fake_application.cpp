@@ -94,15 +94,18 @@ void FakeApplication::runAlertPanel(const std::string& title, const std::string&
 void FakeApplication::terminate() {
     journal_.add("application.terminate");
     if (terminated_.exchange(true)) return;
-    while (const auto observer = takeObserver()) observer();
+    int told = 0;
+    while (const auto observer = observerAfter(told)) observer();
     endLoop();
 }
 
-/// One at a time: an observer may take back itself or another.
-std::function<void()> FakeApplication::takeObserver() {
+/// One at a time, because an observer may take back itself or another. The registration moves on.
+std::function<void()> FakeApplication::observerAfter(int& registration) {
     const std::lock_guard lock(mutex_);
-    if (observers_.empty()) return nullptr;
-    return std::move(observers_.extract(observers_.begin()).mapped());
+    const auto next = observers_.upper_bound(registration);
+    if (next == observers_.end()) return nullptr;
+    registration = next->first;
+    return next->second;
 }
 
 int FakeApplication::addWillTerminateObserver(std::function<void()> observer) {

@@ -2,6 +2,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -31,6 +32,9 @@ struct Maker {
     std::string name;
     std::function<Program(Journal&)> make;
 };
+
+/// How the test framework names it.
+void PrintTo(const Maker& maker, std::ostream* stream) { *stream << maker.name; }
 
 Program makeScripted(Journal& journal) {
     auto application = std::make_shared<FakeApplication>(journal);

@@ -1,6 +1,7 @@
 // What every platform's processes do, the scripted ones included.
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <thread>
 
@@ -24,6 +25,9 @@ struct Maker {
     std::string name;
     std::function<std::shared_ptr<platform::Processes>(Journal&)> make;
 };
+
+/// How the test framework names it.
+void PrintTo(const Maker& maker, std::ostream* stream) { *stream << maker.name; }
 
 std::shared_ptr<platform::Processes> makeScripted(Journal& journal) {
     auto processes = std::make_shared<FakeProcesses>(journal);
