@@ -18,7 +18,8 @@ bool setGroups(const std::vector<gid_t>& groups) {
 
 std::vector<gid_t> currentGroups() {
     std::vector<gid_t> groups(static_cast<std::size_t>(std::max(0, ::getgroups(0, nullptr))));
-    ::getgroups(static_cast<int>(groups.size()), groups.data());
+    const int count = ::getgroups(static_cast<int>(groups.size()), groups.data());
+    groups.resize(static_cast<std::size_t>(std::max(0, count)));
     return groups;
 }
 
