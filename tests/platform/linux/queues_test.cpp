@@ -1,7 +1,6 @@
 #include "platform/linux/queues.h"
 
 #include <atomic>
-#include <future>
 #include <limits>
 #include <thread>
 
@@ -26,17 +25,16 @@ protected:
 };
 
 TEST_F(LinuxQueuesTest, RunsADetachedOperationOnAnotherThread) {
-    const testing::TimeLimit timeLimit;
-    std::promise<void> mayGoOn;
-    std::promise<std::thread::id> ran;
-    auto gate = mayGoOn.get_future();
+    std::atomic<bool> mayGoOn = false;
+    std::atomic<std::thread::id> ran;
     // It waits for its caller, who so cannot have waited for it.
     queues_->detachThread([&] {
-        gate.wait();
-        ran.set_value_at_thread_exit(std::this_thread::get_id());
+        testing::eventually([&] { return mayGoOn.load(); });
+        ran = std::this_thread::get_id();
     });
-    mayGoOn.set_value();
-    EXPECT_NE(ran.get_future().get(), std::this_thread::get_id());
+    mayGoOn = true;
+    EXPECT_TRUE(testing::eventually([&] { return ran.load() != std::thread::id(); }));
+    EXPECT_NE(ran.load(), std::this_thread::get_id());
 }
 
 TEST_F(LinuxQueuesTest, DoesNotSleepForNonsensicalTimes) {
