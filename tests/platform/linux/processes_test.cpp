@@ -4,6 +4,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdint>
+#include <exception>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -25,6 +26,32 @@ namespace quorvane::platform::linux_ {
 namespace {
 
 using namespace std::chrono_literals;
+
+#ifndef __has_feature
+#define __has_feature(feature) 0
+#endif
+/// The undefined-behaviour sanitizer opens pipes to look at objects, and takes them for damaged
+/// where it cannot.
+constexpr bool kSanitizerNeedsDescriptors = __has_feature(undefined_behavior_sanitizer);
+
+template <class Operation>
+std::exception_ptr thrownBy(Operation operation) {
+    try {
+        operation();
+    } catch (const Exception&) {
+        return std::current_exception();
+    }
+    return nullptr;
+}
+
+std::string reasonOf(const std::exception_ptr& thrown) {
+    if (!thrown) return "nothing was thrown";
+    try {
+        std::rethrow_exception(thrown);
+    } catch (const Exception& exception) {
+        return exception.reason();
+    }
+}
 
 class LinuxProcessesTest : public ::testing::Test {
 protected:
@@ -65,12 +92,7 @@ protected:
     }
 
     std::string launchFailure(const Path& path, const Arguments& arguments = {}) const {
-        try {
-            launch(description(path, arguments));
-        } catch (const Exception& exception) {
-            return exception.reason();
-        }
-        return "launched";
+        return reasonOf(thrownBy([&] { launch(description(path, arguments)); }));
     }
 
     int statusOf(const Path& path, const Arguments& arguments) const {
@@ -298,8 +320,10 @@ TEST_F(LinuxProcessesTest, LetsAnAbandonedChildRunAndReapsIt) {
 TEST_F(LinuxProcessesTest, KeepsTheLaunchesOfOtherThreadsOutOfAChild) {
     // A sleeper that had inherited another thread's pipe would keep that pipe from ending.
     std::atomic<int> right = 0;
+    constexpr int kThreads = 16;
     std::vector<std::thread> threads;
-    for (int number = 0; number < 16; ++number)
+    threads.reserve(kThreads);
+    for (int number = 0; number < kThreads; ++number)
         threads.emplace_back([&, text = std::to_string(number)] {
             for (int round = 0; round < 4; ++round) {
                 const auto sleeper = launch(description("/bin/sleep", {"1000"}));
@@ -309,7 +333,7 @@ TEST_F(LinuxProcessesTest, KeepsTheLaunchesOfOtherThreadsOutOfAChild) {
             }
         });
     for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(right, 64);
+    EXPECT_EQ(right, 4 * kThreads);
     EXPECT_FALSE(hasChildren());
 }
 
@@ -320,15 +344,18 @@ TEST_F(LinuxProcessesTest, KeepsExitStatusesWhereTheProgramWasStartedIgnoringThe
 }
 
 TEST_F(LinuxProcessesTest, FailsCleanlyWithoutDescriptors) {
+    if (kSanitizerNeedsDescriptors) GTEST_SKIP() << "the sanitizer itself needs descriptors";
     statusOf("/bin/true", {});
     rlimit limit{};
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
     const rlimit none{3, limit.rlim_max};
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
-    EXPECT_EQ(launchFailure("/bin/true"), "Too many open files");
-    EXPECT_THROW(processes_->makePipe(), Exception);
+    const auto launchException = thrownBy([&] { launch(description("/bin/true", {})); });
+    const auto pipeException = thrownBy([&] { processes_->makePipe(); });
     EXPECT_FALSE(hasChildren());
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+    EXPECT_EQ(reasonOf(launchException), "Too many open files");
+    EXPECT_EQ(reasonOf(pipeException), "Too many open files");
     EXPECT_EQ(statusOf("/bin/true", {}), 0);
 }
 
