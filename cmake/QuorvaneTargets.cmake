@@ -35,5 +35,5 @@ function(qv_add_tests name)
   target_link_libraries(${name} PRIVATE quorvane_options ${arg_LIBRARIES} GTest::gmock
                                         GTest::gtest_main)
   target_precompile_headers(${name} REUSE_FROM quorvane_test_headers)
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT ${arg_TIMEOUT})
+  gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT ${arg_TIMEOUT})
 endfunction()

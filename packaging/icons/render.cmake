@@ -1,5 +1,7 @@
 # The icon in the sizes that desktops ask for, drawn from the one picture.
-set(BRIGHTKEEL_ICON_SIZES 16 24 32 48 64 128 256)
+# A larger one is drawn from the picture itself; in the program, which decodes all its icons at the
+# start, it would delay the first window.
+set(BRIGHTKEEL_ICON_SIZES 16 24 32 48 64 128)
 set(BRIGHTKEEL_ICON_FOLDER ${CMAKE_BINARY_DIR}/icons)
 set(BRIGHTKEEL_ICON_PICTURE ${CMAKE_CURRENT_LIST_DIR}/brightkeel-uninstaller.svg)
 

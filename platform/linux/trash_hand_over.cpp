@@ -1,13 +1,13 @@
 #include "platform/linux/trash_hand_over.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <memory>
-#include <string_view>
+#include <utility>
+#include <vector>
 
+#include "platform/linux/directory.h"
 #include "platform/linux/open_folders.h"
 
 namespace quorvane::platform::linux_ {
@@ -15,22 +15,11 @@ namespace {
 
 constexpr int kMaxDepth = 200;
 
-struct CloseDirectory {
-    void operator()(DIR* directory) const { ::closedir(directory); }
-};
-using Directory = std::unique_ptr<DIR, CloseDirectory>;
-
-Directory listing(int folder) {
-    Descriptor readable(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!readable) return nullptr;
-    Directory directory(::fdopendir(readable.get()));
-    if (directory) readable.release();
-    return directory;
-}
-
-bool mayBeFolder(const dirent& entry) {
-    const std::string_view name = entry.d_name;
-    return (entry.d_type == DT_DIR || entry.d_type == DT_UNKNOWN) && name != "." && name != "..";
+// Names in the folder; empty where it cannot be read.
+std::vector<DirectoryEntry> entriesOf(int folder) {
+    const Descriptor readable(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    auto entries = readEntries(readable.get());
+    return entries ? std::move(entries.value()) : std::vector<DirectoryEntry>();
 }
 
 // The folders below come first: as long as the user does not own a folder, nothing can be slipped
@@ -38,12 +27,11 @@ bool mayBeFolder(const dirent& entry) {
 void handOver(int folder, uid_t uid, dev_t device, int depth) {
     struct stat status {};
     if (depth == kMaxDepth || ::fstat(folder, &status) == -1 || status.st_dev != device) return;
-    if (const Directory directory = listing(folder))
-        while (const dirent* entry = ::readdir(directory.get())) {
-            if (!mayBeFolder(*entry)) continue;
-            const Descriptor below = openFolder(folder, entry->d_name, LastLink::keep);
-            if (below) handOver(below.get(), uid, device, depth + 1);
-        }
+    for (const DirectoryEntry& entry : entriesOf(folder)) {
+        // Opens folders only, so that it need not be known before what each entry is.
+        const Descriptor below = openFolder(folder, entry.name.c_str(), LastLink::keep);
+        if (below) handOver(below.get(), uid, device, depth + 1);
+    }
     if (status.st_uid != uid)
         (void)::fchownat(folder, "", uid, static_cast<gid_t>(-1), AT_EMPTY_PATH);
 }

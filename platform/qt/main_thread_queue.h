@@ -29,7 +29,7 @@ protected:
 
 private:
     struct Request {
-        const std::function<void()>* operation;
+        const std::function<void()>* operation = nullptr;
         bool done = false;
     };
 

@@ -189,7 +189,8 @@ void applyAppearance() {
     const QStyle* given = QApplication::style();
     if (given->name() != QLatin1String("fusion")) return;
     const bool hasDesktopPalette = QApplication::palette() != given->standardPalette();
-    QApplication::setStyle(new Style);
+    QApplication::setStyle(
+        new Style); // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): Qt owns it
     if (hasDesktopPalette) return;
     QApplication::setPalette(desktopPrefersDark() ? darkPalette() : lightPalette());
     // Where nobody has chosen a font, Qt's own choice is smaller than what reads well.

@@ -143,7 +143,7 @@ void WindowWidget::addBlock(QWidget* block) {
 
 void WindowWidget::restyle() {
     for (TextLabel* text : texts_) text->restyle();
-    fitContent();
+    if (presented_) fitContent(); // measuring texts is dear: not for a window that may never show
 }
 
 /// As wide as lines read well, as high as the content needs then; neither more than the screen.

@@ -68,6 +68,8 @@ public:
     explicit Window(const WindowDescription& description);
     Window(const Window&) = delete;
     Window& operator=(const Window&) = delete;
+    Window(Window&&) = delete;
+    Window& operator=(Window&&) = delete;
     ~Window() override;
 
     void makeKeyAndOrderFront() override;

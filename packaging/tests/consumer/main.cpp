@@ -1,7 +1,8 @@
 #include <kit/base/format.h>
-#include <platform/Services.h>
+#include <platform/SystemInfo.h>
+#include <platform/linux/services.h>
 
 int main() {
-    const quorvane::platform::Services services;
-    return quorvane::platform::installServices(&services) == nullptr ? 0 : 1;
+    const auto services = quorvane::platform::linux_::makeServices(nullptr);
+    return services.systemInfo->processorCount() > 0 ? 0 : 1;
 }

@@ -39,7 +39,7 @@ public:
     }
     /// Makes the file and the folders above it.
     Path addFile(std::string_view relative, std::string_view content = {}) const {
-        const Path file = *this / relative;
+        Path file = *this / relative;
         std::filesystem::create_directories(std::filesystem::path(file).parent_path());
         std::ofstream(file, std::ios::binary) << content;
         return file;

@@ -1,0 +1,28 @@
+"""The desktop's Trash as its specification lays it out, read without the program's help."""
+
+import os
+import re
+import urllib.parse
+
+from sample_installation import TRASH
+
+_INFO = re.compile(rb"\[Trash Info\]\nPath=([^\n]*)\n"
+                   rb"DeletionDate=\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\n?")
+
+
+def contents():
+    """Where each item in the Trash came from: original path to path in the Trash. Raises ValueError
+    for an entry that a file manager could not put back."""
+    found = {}
+    if not os.path.isdir(TRASH + "/info"):
+        return found
+    for name in sorted(os.listdir(TRASH + "/info")):
+        with open(f"{TRASH}/info/{name}", "rb") as file:
+            info = _INFO.fullmatch(file.read())
+        item = f"{TRASH}/files/{name.removesuffix('.trashinfo')}"
+        if not info or not name.endswith(".trashinfo"):
+            raise ValueError(f"not a Trash info file: {name!a}")
+        if not os.path.lexists(item):
+            raise ValueError(f"a Trash info file without its item: {name!a}")
+        found[os.fsdecode(urllib.parse.unquote_to_bytes(info[1]))] = item
+    return found
