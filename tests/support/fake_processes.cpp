@@ -31,7 +31,7 @@ std::string launchEntry(const platform::LaunchDescription& description) {
     if (!description.environment) return entry;
     std::vector<std::string> variables;
     for (const auto& [name, value] : *description.environment)
-        variables.push_back(name + "=" + value);
+        variables.push_back(std::string(name).append("=").append(value));
     return entry + " env=" + bracketed(variables);
 }
 
@@ -85,7 +85,7 @@ void FakeProcess::launch(const platform::LaunchDescription& description) {
     owner_.journal_.add(launchEntry(description));
     if (tool.launchFailure) {
         closeStreams();
-        throw *tool.launchFailure;
+        throw platform::Exception(*tool.launchFailure);
     }
     owner_.noteLaunch(*this);
     if (tool.effect) tool.effect(description);
@@ -127,7 +127,7 @@ void FakeProcess::terminate() {
     end(SIGTERM);
 }
 
-void FakeProcess::print(Bytes chunk) {
+void FakeProcess::print(Bytes chunk) const {
     if (FakePipe* pipe = pipeOf(description_.output)) pipe->write(std::move(chunk));
 }
 

@@ -66,7 +66,7 @@ public:
 
     const platform::LaunchDescription& description() const { return description_; }
     /// The tool prints on its standard output.
-    void print(Bytes chunk);
+    void print(Bytes chunk) const;
     /// The tool ends and its streams close.
     void end(int status);
     /// How often someone waited for its end.

@@ -14,7 +14,6 @@
 namespace quorvane::testing {
 namespace {
 
-using platform::LaunchDescription;
 using platform::Pipe;
 using platform::Process;
 using platform::StandardStream;

@@ -338,8 +338,10 @@ TEST_F(LinuxProcessesTest, ClosesNothingElseAfterAnAbandonedChild) {
 TEST_F(LinuxProcessesTest, KeepsTheLaunchesOfOtherThreadsOutOfAChild) {
     // A sleeper that had inherited another thread's pipe would keep that pipe from ending.
     std::atomic<int> right = 0;
+    constexpr int kThreads = 16;
     std::vector<std::thread> threads;
-    for (int number = 0; number < 16; ++number)
+    threads.reserve(kThreads);
+    for (int number = 0; number < kThreads; ++number)
         threads.emplace_back([&, text = std::to_string(number)] {
             for (int round = 0; round < 4; ++round) {
                 const auto sleeper = launch(description("/bin/sleep", {"1000"}));
@@ -349,7 +351,7 @@ TEST_F(LinuxProcessesTest, KeepsTheLaunchesOfOtherThreadsOutOfAChild) {
             }
         });
     for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(right, 64);
+    EXPECT_EQ(right, 4 * kThreads);
     EXPECT_FALSE(hasChildren());
 }
 
