@@ -59,9 +59,18 @@ void TextLabel::restyle() {
         palette.setColor(QPalette::WindowText, secondaryTextColor(palette, background_));
     setPalette(palette);
     setFont(style_ == TextElement::Style::heading ? headingFont() : QApplication::font());
+    heights_.clear();
+    narrowest_ = {};
+}
+
+int TextLabel::heightForWidth(int width) const {
+    const auto [height, isNew] = heights_.try_emplace(width, 0);
+    if (isNew) height->second = QLabel::heightForWidth(width);
+    return height->second;
 }
 
 QSize TextLabel::minimumSizeHint() const {
+    if (narrowest_.isValid()) return narrowest_;
     const QString whole = text();
     QTextBoundaryFinder breaks(QTextBoundaryFinder::Line, whole);
     int widest = 0;
@@ -71,7 +80,8 @@ QSize TextLabel::minimumSizeHint() const {
         widest = std::max(widest, fontMetrics().horizontalAdvance(piece) + 1);
         start = breaks.position();
     }
-    return {widest, fontMetrics().height()};
+    narrowest_ = {widest, fontMetrics().height()};
+    return narrowest_;
 }
 
 void CheckBoxState::follow(const std::shared_ptr<CheckBoxState>& state, QCheckBox& box) {
