@@ -102,6 +102,8 @@ std::string_view dropLastCharacters(std::string_view text, std::size_t count) {
 }
 
 std::string_view trimWhitespace(std::string_view text) {
+    const auto isInk = [](char c) { return c > ' ' && c <= '~'; };
+    if (!text.empty() && isInk(text.front()) && isInk(text.back())) return text;
     while (!text.empty()) {
         const Scalar scalar = decode(text);
         if (!isSpace(scalar)) break;
@@ -119,6 +121,8 @@ std::string_view trimWhitespace(std::string_view text) {
     }
     return text;
 }
+
+bool isAscii(std::string_view bytes) { return asciiPrefixLength(bytes) == bytes.size(); }
 
 bool isValidUtf8(std::string_view bytes) {
     for (;;) {

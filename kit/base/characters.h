@@ -20,6 +20,9 @@ std::string_view dropLastCharacters(std::string_view text, std::size_t count);
 /// separators of Unicode.
 std::string_view trimWhitespace(std::string_view text);
 
+/// Whether all bytes are ASCII: then each is one character.
+bool isAscii(std::string_view bytes);
+
 /// Whether the bytes are valid UTF-8.
 bool isValidUtf8(std::string_view bytes);
 

@@ -7,11 +7,6 @@
 namespace quorvane {
 namespace {
 
-bool isAscii(std::string_view bytes) {
-    return std::all_of(bytes.begin(), bytes.end(),
-                       [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
-
 std::string fromLatin1(std::string_view bytes) {
     std::string text;
     for (const char c : bytes) {

@@ -38,11 +38,12 @@ class Values {
 public:
     explicit Values(std::span<const FormatArgument> values) : rest_(values) {}
 
-    FormatArgument next() {
-        if (rest_.empty()) return nullptr;
-        const FormatArgument value = rest_.front();
+    const FormatArgument::Value& next() {
+        static const FormatArgument missing(nullptr);
+        if (rest_.empty()) return missing.value();
+        const FormatArgument& value = rest_.front();
         rest_ = rest_.subspan(1);
-        return value;
+        return value.value();
     }
 
 private:
@@ -57,6 +58,18 @@ std::int64_t wholeNumber(double number) {
 }
 
 // Reading a conversion
+
+/// The letters that end a conversion.
+constexpr std::array<bool, 256> kLetters = [] {
+    std::array<bool, 256> letters{};
+    for (const char letter : std::string_view("@sSdiDuUxXoOcCpfFeEgGaA"))
+        letters.at(static_cast<unsigned char>(letter)) = true;
+    return letters;
+}();
+
+bool startsWithLetter(std::string_view text) {
+    return !text.empty() && kLetters.at(static_cast<unsigned char>(text.front()));
+}
 
 std::size_t readNumber(std::string_view& text) {
     std::size_t number = 0;
@@ -97,7 +110,7 @@ void readFlags(std::string_view& text, Conversion& conversion) {
 std::int64_t readMeasure(std::string_view& text, Values& values) {
     if (!text.starts_with('*')) return static_cast<std::int64_t>(readNumber(text));
     text.remove_prefix(1);
-    const FormatArgument::Value value = values.next().value();
+    const FormatArgument::Value& value = values.next();
     constexpr auto kMost = static_cast<std::int64_t>(kLimit);
     if (const auto* number = std::get_if<std::int64_t>(&value))
         return std::clamp(*number, -kMost, kMost);
@@ -121,6 +134,11 @@ void readArgumentWidth(std::string_view& text, Conversion& conversion) {
 /// Reads what follows a "%"; null where it is no conversion.
 std::optional<Conversion> readConversion(std::string_view& text, Values& values) {
     Conversion conversion;
+    if (startsWithLetter(text)) { // most conversions are nothing but a letter
+        conversion.letter = text.front();
+        text.remove_prefix(1);
+        return conversion;
+    }
     readFlags(text, conversion);
     const std::int64_t width = readMeasure(text, values);
     conversion.left = conversion.left || width < 0;
@@ -131,8 +149,7 @@ std::optional<Conversion> readConversion(std::string_view& text, Values& values)
         if (precision >= 0) conversion.precision = static_cast<std::size_t>(precision);
     }
     readArgumentWidth(text, conversion);
-    if (text.empty() || std::string_view("@sSdiDuUxXoOcCpfFeEgGaA").find(text.front()) == text.npos)
-        return std::nullopt;
+    if (!startsWithLetter(text)) return std::nullopt;
     conversion.letter = text.front();
     text.remove_prefix(1);
     return conversion;
@@ -174,6 +191,8 @@ std::string_view signOf(const Conversion& conversion, bool negative) {
     if (conversion.plus) return "+";
     return conversion.space ? " " : "";
 }
+
+bool isSigned(char letter) { return letter == 'd' || letter == 'i' || letter == 'D'; }
 
 int baseOf(char letter) {
     switch (letter) {
@@ -230,8 +249,7 @@ std::uint64_t unsignedBits(std::int64_t number, Width width) {
 
 void writeInteger(std::string& output, const Conversion& conversion, std::int64_t number) {
     const auto bits = static_cast<std::uint64_t>(number);
-    const bool isSigned = std::string_view("diD").find(conversion.letter) != std::string_view::npos;
-    if (isSigned)
+    if (isSigned(conversion.letter))
         writeDigits(output, conversion, signOf(conversion, number < 0), number < 0 ? -bits : bits);
     else
         writeDigits(output, conversion, {},
@@ -239,8 +257,8 @@ void writeInteger(std::string& output, const Conversion& conversion, std::int64_
 }
 
 void writeInteger(std::string& output, const Conversion& conversion, std::uint64_t number) {
-    const bool isSigned = std::string_view("diD").find(conversion.letter) != std::string_view::npos;
-    writeDigits(output, conversion, isSigned ? signOf(conversion, false) : "", number);
+    writeDigits(output, conversion, isSigned(conversion.letter) ? signOf(conversion, false) : "",
+                number);
 }
 
 std::chars_format styleOf(char letter) {
@@ -365,7 +383,7 @@ void appendFormatted(std::string& output, std::string_view format,
         }
         std::string_view rest = format.substr(1);
         if (const auto conversion = readConversion(rest, values))
-            writeValue(output, *conversion, values.next().value());
+            writeValue(output, *conversion, values.next());
         else
             output.append(format.substr(0, format.size() - rest.size()));
         format = rest;
@@ -373,7 +391,9 @@ void appendFormatted(std::string& output, std::string_view format,
 }
 
 std::string formatText(std::string_view format, std::span<const FormatArgument> values) {
+    constexpr std::size_t kRoomForAValue = 32;
     std::string output;
+    output.reserve(format.size() + values.size() * kRoomForAValue);
     appendFormatted(output, format, values);
     return output;
 }

@@ -34,13 +34,10 @@ std::string escaped(std::string text) {
     return replaceAll(text, "%%%", "%%");
 }
 
-/// Appends to the output what a format of the log and its values read.
-void appendMessage(std::string& output, std::string_view format,
-                   std::span<const FormatArgument> values) {
-    if (needsEscaping(format))
-        appendFormatted(output, escaped(std::string(format)), values);
-    else
-        appendFormatted(output, format, values);
+/// What a format of the log and its values read.
+std::string messageOf(std::string_view format, std::span<const FormatArgument> values) {
+    return needsEscaping(format) ? formatText(escaped(std::string(format)), values)
+                                 : formatText(format, values);
 }
 
 /// Whether a caller waits until a message of this length is written.
@@ -58,16 +55,14 @@ MaybeText QVLog::escapeTextForLogging(const MaybeText& text) {
 void QVLog::fastAppendWithArguments(FormatString format, ArgumentSpan values) {
     QVLog& log = sharedController();
     if (!format.text() || log.loggingDisabled()) return;
-    std::string message;
-    appendMessage(message, *format.text(), values);
+    const std::string message = messageOf(*format.text(), values);
     log.appendTextToLog(message);
 }
 
 void QVLog::appendWithArguments(FormatString format, ArgumentSpan values) {
     QVLog& log = sharedController();
     if (!format.text() || log.loggingDisabled()) return;
-    std::string message;
-    appendMessage(message, *format.text(), values);
+    const std::string message = messageOf(*format.text(), values);
     log.appendTextToLog(message);
     if (waitsFor(characterCount(message), log.bytesInQueue())) finishWriting();
 }
@@ -75,9 +70,7 @@ void QVLog::appendWithArguments(FormatString format, ArgumentSpan values) {
 std::optional<std::string> QVLog::appendTrimmedWithArguments(FormatString format,
                                                              ArgumentSpan values) {
     if (!format.text() || sharedController().loggingDisabled()) return std::nullopt;
-    std::string message;
-    appendMessage(message, *format.text(), values);
-    message = trimWhitespace(message);
+    std::string message(trimWhitespace(messageOf(*format.text(), values)));
     appendLog(message);
     return message;
 }
@@ -93,9 +86,10 @@ void QVLog::appendAndPrintWithArguments(FormatString format, ArgumentSpan values
 void QVLog::appendTextToLog(std::string_view text) {
     text = trimWhitespace(text);
     if (text.empty()) return;
-    const std::uint64_t characters = characterCount(text);
+    const bool ascii = isAscii(text);
+    const std::uint64_t characters = ascii ? text.size() : characterCount(text);
     bytesInQueue_.fetch_add(characters, std::memory_order_relaxed);
-    if (isValidUtf8(text))
+    if (ascii || isValidUtf8(text))
         lane_->add(text, characters);
     else
         lane_->add(replaceInvalidBytes(text), characters);

@@ -50,8 +50,12 @@ public:
     bool isCurrentThread() const { return std::this_thread::get_id() == thread_.get_id(); }
 
 private:
+    /// What the thread is waiting for, if anything.
+    enum class Rest : std::uint8_t { none, forALine, forAFullBatch };
+
     LineBatch& batchWithRoom(std::size_t length);
     void run();
+    void gather(std::unique_lock<std::mutex>& lock);
     void carryOut(LineBatch batch);
     void carryOutOwn();
     void finish(std::uint64_t sequence);
@@ -66,7 +70,7 @@ private:
     std::uint64_t added_ = 0;    ///< lines ever queued by other threads
     std::uint64_t finished_ = 0; ///< how many of them are finished or dropped
     int waiting_ = 0;
-    bool asleep_ = false;
+    Rest rest_ = Rest::none;
     bool stopping_ = false;
 
     std::atomic<std::uint64_t> cancelled_ = 0; ///< lines queued when the last cancel came

@@ -18,7 +18,7 @@ namespace {
 void stamp(LineBatch& batch, std::size_t first, std::size_t last) {
     const std::string prefix = currentDateText() + " - ";
     for (; first < last; ++first)
-        batch.bytes.replace(batch.start(first), LineBatch::kPrefixLength, prefix);
+        std::ranges::copy(prefix, batch.bytes.data() + batch.start(first));
 }
 
 } // namespace

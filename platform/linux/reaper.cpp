@@ -61,17 +61,22 @@ void Reaper::startThread() {
     }
 }
 
+void Reaper::reap(Descriptor child) const {
+    // Closing alone would not take it out of the set: a child that another thread is just spawning
+    // still holds a copy.
+    ::epoll_ctl(children_.get(), EPOLL_CTL_DEL, child.get(), nullptr);
+    siginfo_t info{};
+    ::waitid(P_PIDFD, static_cast<id_t>(child.get()), &info, WEXITED | WNOHANG);
+}
+
 void Reaper::reapForever() const {
     std::array<epoll_event, 16> ended{};
     while (true) {
         const int count = retryInterrupted([&] {
             return ::epoll_wait(children_.get(), ended.data(), static_cast<int>(ended.size()), -1);
         });
-        for (int index = 0; index < count; ++index) {
-            const Descriptor child(ended.at(static_cast<std::size_t>(index)).data.fd);
-            siginfo_t info{};
-            ::waitid(P_PIDFD, static_cast<id_t>(child.get()), &info, WEXITED | WNOHANG);
-        }
+        for (int index = 0; index < count; ++index)
+            reap(Descriptor(ended.at(static_cast<std::size_t>(index)).data.fd));
     }
 }
 

@@ -21,6 +21,7 @@ public:
 private:
     Reaper();
     void startThread();
+    void reap(Descriptor child) const;
     void reapForever() const;
 
     Descriptor children_; // an epoll set of process descriptors

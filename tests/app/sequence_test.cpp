@@ -44,7 +44,7 @@ protected:
              .closeAction = {}});
         const auto progress = system.application->makeWindow(
             {.title = "Progress",
-             .elements = {platform::ProgressElement{"progressBar", ""}},
+             .elements = {platform::ProgressElement{"progressBar", "", ""}},
              .closeAction = {}});
         controller.setOutlets({.windowMain = main,
                                .removeSharedCheck = main->checkBox("removeSharedCheck"),

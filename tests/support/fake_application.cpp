@@ -94,13 +94,18 @@ void FakeApplication::runAlertPanel(const std::string& title, const std::string&
 void FakeApplication::terminate() {
     journal_.add("application.terminate");
     if (terminated_.exchange(true)) return;
-    std::map<int, std::function<void()>> observers;
-    {
-        const std::lock_guard lock(mutex_);
-        observers = observers_;
-    }
-    for (const auto& [registration, observer] : observers) observer();
+    int told = 0;
+    while (const auto observer = observerAfter(told)) observer();
     endLoop();
+}
+
+/// One at a time, because an observer may take back itself or another. The registration moves on.
+std::function<void()> FakeApplication::observerAfter(int& registration) {
+    const std::lock_guard lock(mutex_);
+    const auto next = observers_.upper_bound(registration);
+    if (next == observers_.end()) return nullptr;
+    registration = next->first;
+    return next->second;
 }
 
 int FakeApplication::addWillTerminateObserver(std::function<void()> observer) {
@@ -211,11 +216,29 @@ bool FakeApplication::performNext(std::chrono::milliseconds limit) {
         request = requests_.front();
         requests_.pop_front();
     }
-    (*request->operation)();
-    const std::lock_guard lock(mutex_);
-    request->done = true;
-    changed_.notify_all();
+    perform(*request);
     return true;
+}
+
+/// The caller goes on even when its operation throws.
+void FakeApplication::perform(Request& request) {
+    struct Finish {
+        Finish(FakeApplication& application, Request& request)
+            : application_(application), request_(request) {}
+        ~Finish() {
+            const std::lock_guard lock(application_.mutex_);
+            request_.done = true;
+            application_.changed_.notify_all();
+        }
+        Finish(const Finish&) = delete;
+        Finish& operator=(const Finish&) = delete;
+
+    private:
+        FakeApplication& application_;
+        Request& request_;
+    };
+    const Finish finish(*this, request);
+    (*request.operation)();
 }
 
 } // namespace quorvane::testing

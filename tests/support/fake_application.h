@@ -79,6 +79,8 @@ private:
 
     void performInline(const std::function<void()>& operation);
     bool performNext(std::chrono::milliseconds limit);
+    void perform(Request& request);
+    std::function<void()> observerAfter(int& registration);
 
     Journal& journal_;
     std::atomic<std::thread::id> mainThread_ = std::this_thread::get_id();

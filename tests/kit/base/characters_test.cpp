@@ -56,6 +56,14 @@ TEST(Characters, ReplacesBytesThatAreNoText) {
     EXPECT_EQ(replaceInvalidBytes(""), "");
 }
 
+TEST(Characters, KnowsAscii) {
+    EXPECT_TRUE(isAscii(""));
+    EXPECT_TRUE(isAscii("0123456789abcdef\x7F"));
+    EXPECT_FALSE(isAscii("0123456789abcdef\xC3\xA9"));
+    EXPECT_FALSE(isAscii("\x80"
+                         "123456789abcdef"));
+}
+
 TEST(Characters, CountsLongTexts) {
     EXPECT_EQ(characterCount("0123456789abcdef\xC3\xA9"
                              "0123456789"),

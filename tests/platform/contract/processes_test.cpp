@@ -1,6 +1,7 @@
 // What every platform's processes do, the scripted ones included.
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <thread>
 
@@ -8,6 +9,7 @@
 
 #include "platform/linux/processes.h"
 #include "tests/support/fake_processes.h"
+#include "tests/support/time_limit.h"
 
 namespace quorvane::testing {
 namespace {
@@ -23,6 +25,9 @@ struct Maker {
     std::string name;
     std::function<std::shared_ptr<platform::Processes>(Journal&)> make;
 };
+
+/// How the test framework names it.
+void PrintTo(const Maker& maker, std::ostream* stream) { *stream << maker.name; }
 
 std::shared_ptr<platform::Processes> makeScripted(Journal& journal) {
     auto processes = std::make_shared<FakeProcesses>(journal);
@@ -53,6 +58,7 @@ protected:
         return text;
     }
 
+    const TimeLimit timeLimit_; // reads and waits for processes have no limit of their own
     Journal journal_;
     std::shared_ptr<platform::Processes> processes_ = GetParam().make(journal_);
     std::shared_ptr<Pipe> output_ = processes_->makePipe();

@@ -1,0 +1,62 @@
+#include "platform/linux/services.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/Authorization.h"
+#include "platform/FileManager.h"
+#include "platform/linux/run_loop.h"
+
+namespace quorvane::platform::linux_ {
+namespace {
+
+class LinuxServicesTest : public ::testing::Test {
+protected:
+    const std::shared_ptr<RunLoop> loop_ = std::make_shared<RunLoop>();
+    const Services services_ = makeServices(loop_);
+};
+
+TEST_F(LinuxServicesTest, HasEveryService) {
+    EXPECT_EQ(services_.application, loop_);
+    EXPECT_TRUE(services_.authorization);
+    EXPECT_TRUE(services_.consoleLog);
+    EXPECT_TRUE(services_.exceptions);
+    EXPECT_TRUE(services_.extendedAttributes);
+    EXPECT_TRUE(services_.makeFileManager);
+    EXPECT_TRUE(services_.processes);
+    EXPECT_TRUE(services_.propertyLists);
+    EXPECT_TRUE(services_.queues);
+    EXPECT_TRUE(services_.standardDirectories);
+    EXPECT_TRUE(services_.systemInfo);
+    EXPECT_TRUE(services_.userIdentity);
+    EXPECT_TRUE(services_.workspace);
+}
+
+TEST_F(LinuxServicesTest, MakesAFileManagerForEachOperation) {
+    const auto first = services_.makeFileManager();
+    const auto second = services_.makeFileManager();
+    ASSERT_TRUE(first);
+    ASSERT_TRUE(second);
+    EXPECT_NE(first, second);
+}
+
+TEST_F(LinuxServicesTest, GrantsNoAdministratorRights) {
+    Authorization& authorization = *services_.authorization;
+    const AuthorizationItems rights = {{.name = "system.privilege.admin", .value = {}}};
+    const AuthorizationFlags flags = kAuthorizationInteractionAllowed | kAuthorizationExtendRights;
+
+    const auto created = authorization.create(rights, {}, flags);
+    EXPECT_EQ(created.status, kAuthorizationDenied);
+    EXPECT_EQ(created.reference, nullptr);
+    const auto inherited = authorization.copyPrivilegedReference(flags);
+    EXPECT_EQ(inherited.status, kAuthorizationDenied);
+    EXPECT_EQ(inherited.reference, nullptr);
+    EXPECT_EQ(authorization.copyRights(nullptr, rights, {}, flags), kAuthorizationInvalidRef);
+    const auto execution =
+        authorization.executeWithPrivileges(nullptr, "/bin/true", kAuthorizationDefaults, {});
+    EXPECT_EQ(execution.status, kAuthorizationInvalidRef);
+    EXPECT_FALSE(execution.pipe);
+    authorization.free(nullptr, kAuthorizationDefaults);
+}
+
+} // namespace
+} // namespace quorvane::platform::linux_
