@@ -9,6 +9,9 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QProgressBar>
+#include <QTextBoundaryFinder>
+
+#include <algorithm>
 
 namespace quorvane::platform::qt {
 namespace {
@@ -56,6 +59,29 @@ void TextLabel::restyle() {
         palette.setColor(QPalette::WindowText, secondaryTextColor(palette, background_));
     setPalette(palette);
     setFont(style_ == TextElement::Style::heading ? headingFont() : QApplication::font());
+    heights_.clear();
+    narrowest_ = {};
+}
+
+int TextLabel::heightForWidth(int width) const {
+    const auto [height, isNew] = heights_.try_emplace(width, 0);
+    if (isNew) height->second = QLabel::heightForWidth(width);
+    return height->second;
+}
+
+QSize TextLabel::minimumSizeHint() const {
+    if (narrowest_.isValid()) return narrowest_;
+    const QString whole = text();
+    QTextBoundaryFinder breaks(QTextBoundaryFinder::Line, whole);
+    int widest = 0;
+    qsizetype start = 0;
+    while (breaks.toNextBoundary() > start) {
+        const QString piece = whole.mid(start, breaks.position() - start).trimmed();
+        widest = std::max(widest, fontMetrics().horizontalAdvance(piece) + 1);
+        start = breaks.position();
+    }
+    narrowest_ = {widest, fontMetrics().height()};
+    return narrowest_;
 }
 
 void CheckBoxState::follow(const std::shared_ptr<CheckBoxState>& state, QCheckBox& box) {

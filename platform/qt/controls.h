@@ -8,6 +8,7 @@
 #include <QPointer>
 
 #include <atomic>
+#include <map>
 
 class QCheckBox;
 class QProgressBar;
@@ -23,9 +24,19 @@ public:
     /// Derives font and colour again, after the window's own have changed.
     void restyle();
 
+    /// Measured once for each width: layouts ask some ten times, and laying texts out makes up most
+    /// of a window's start.
+    int heightForWidth(int width) const override;
+    /// As narrow as the widest piece that cannot be wrapped, one line high: the room for the whole
+    /// text is what heightForWidth says.
+    QSize minimumSizeHint() const override;
+    QSize sizeHint() const override { return minimumSizeHint(); }
+
 private:
     const TextElement::Style style_;
     const QPalette::ColorRole background_;
+    mutable std::map<int, int> heights_;
+    mutable QSize narrowest_;
 };
 
 /// The state of a check box, as it was last shown.
