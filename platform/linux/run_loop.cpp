@@ -17,9 +17,6 @@ void RunLoop::run() {
         perform(*request);
         lock.lock();
     }
-    ended_ = true;
-    for (Request* request : std::exchange(requests_, {})) request->done = true;
-    changed_.notify_all();
 }
 
 std::shared_ptr<Window> RunLoop::makeWindow(const WindowDescription& /*description*/) {
@@ -37,6 +34,9 @@ void RunLoop::terminate() {
         terminated_ = true;
     }
     while (const auto observer = takeObserver()) observer();
+    const std::lock_guard lock(mutex_);
+    ended_ = true;
+    for (Request* request : std::exchange(requests_, {})) request->done = true;
     changed_.notify_all();
 }
 
