@@ -72,6 +72,7 @@ double run(const LogMaker& makeLog, int threads) {
     const std::unique_ptr<Log> log = makeLog(folder.path());
     const auto start = std::chrono::steady_clock::now();
     std::vector<std::thread> workers;
+    workers.reserve(static_cast<std::size_t>(threads));
     for (int thread = 0; thread < threads; ++thread)
         workers.emplace_back([&log, thread, threads] {
             for (long number = 0; number < kLines / threads; ++number) log->append(thread, number);

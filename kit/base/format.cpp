@@ -125,7 +125,8 @@ void readArgumentWidth(std::string_view& text, Conversion& conversion) {
         text.remove_prefix(conversion.argument == Width::byte ? 2 : 1);
         return;
     }
-    while (!text.empty() && std::string_view("lqjztL").find(text.front()) != text.npos) {
+    while (!text.empty() &&
+           std::string_view("lqjztL").find(text.front()) != std::string_view::npos) {
         conversion.argument = Width::wide;
         text.remove_prefix(1);
     }

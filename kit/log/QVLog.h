@@ -41,6 +41,10 @@ public:
     /// Generation 1 is the current file.
     static constexpr long kGenerations = 5;
 
+    ~QVLog() = delete; // lives as long as its process
+    QVLog(const QVLog&) = delete;
+    QVLog& operator=(const QVLog&) = delete;
+
     /// `sharedController`: the one instance; made, with its lane and its hooks in the application,
     /// on first use, and never destroyed.
     static QVLog& sharedController();
@@ -130,7 +134,6 @@ private:
     using ArgumentSpan = std::span<const FormatArgument>;
 
     QVLog();
-    ~QVLog() = delete;
 
     template <class... Values>
     static std::array<FormatArgument, sizeof...(Values)> arguments(const Values&... values) {
@@ -158,7 +161,7 @@ private:
     std::size_t writeLines(LineBatch& batch, std::size_t first);
     std::size_t endOfRun(const LineBatch& batch, std::size_t first) const;
     Outcome writeRun(const LogFile& file, LineBatch& batch, std::size_t first);
-    void beginFileAtLimit();
+    void beginFileAtLimit() const;
     void takeFromQueue(const LineBatch& batch, std::size_t first, std::size_t end);
     void tellUnopened(std::string_view text) const;
     void tellLost(const std::string& reason) const;

@@ -58,7 +58,7 @@ void QVLog::createNewLog(const MaybeText& name) {
     QVLog& log = sharedController();
     if (log.loggingDisabled()) return;
     log.setFileHandle(nullptr);
-    if (log.isDisabledByUser()) {
+    if (isDisabledByUser()) {
         log.print("Logging is disabled\n");
         log.setLoggingDisabled(true);
         return;

@@ -18,18 +18,20 @@ constexpr std::uint64_t kMostCharactersToWaitFor = 99;
 constexpr std::string_view kAfterLiteralPercent = " .!,-;:+";
 
 bool needsEscaping(std::string_view text) {
-    for (std::size_t at = text.find('%'); at != text.npos; at = text.find('%', at + 1)) {
+    for (std::size_t at = text.find('%'); at != std::string_view::npos;
+         at = text.find('%', at + 1)) {
         const std::string_view rest = text.substr(at + 1);
         if (rest.starts_with("%%")) return true;
-        if (!rest.empty() && kAfterLiteralPercent.find(rest.front()) != text.npos) return true;
+        if (!rest.empty() && kAfterLiteralPercent.find(rest.front()) != std::string_view::npos)
+            return true;
     }
     return false;
 }
 
 std::string escaped(std::string text) {
     for (const char after : kAfterLiteralPercent) {
-        const std::string pair{'%', after};
-        text = replaceAll(text, pair, "%" + pair);
+        const std::string pair{'%', '%', after};
+        text = replaceAll(text, std::string_view(pair).substr(1), pair);
     }
     return replaceAll(text, "%%%", "%%");
 }

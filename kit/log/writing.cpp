@@ -92,7 +92,7 @@ QVLog::Outcome QVLog::writeRun(const LogFile& file, LineBatch& batch, std::size_
     return outcome;
 }
 
-void QVLog::beginFileAtLimit() {
+void QVLog::beginFileAtLimit() const {
     finishWriting();
     createNewLog(appName());
     appendLog("Log truncated at 500KB");

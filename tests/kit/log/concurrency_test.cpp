@@ -20,16 +20,13 @@ protected:
         QVLog::createNewLog();
         QVLog::finishWriting();
     }
-    ~Concurrency() override {
-        QVLog::finishWriting();
-        log().setFileHandle(nullptr);
-    }
 
     /// Each thread logs its number and that of the line, and something to fill the files.
     template <class Append>
     static void logFromAllThreads(int lines, std::size_t filling, Append append) {
         const std::string fill(filling, '.');
         std::vector<std::thread> threads;
+        threads.reserve(kThreads);
         for (int thread = 0; thread < kThreads; ++thread)
             threads.emplace_back([&, thread] {
                 for (int line = 0; line < lines; ++line) append(thread, line, fill);

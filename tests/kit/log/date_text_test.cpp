@@ -20,7 +20,7 @@ TEST(DateText, IsInUtc) {
 
 TEST(DateText, TellsTheTimeNow) {
     const Clock::time_point before = Clock::now();
-    const std::string text = currentDateText();
+    const std::string& text = currentDateText();
     EXPECT_GE(text, dateText(before));
     EXPECT_LE(text, dateText(Clock::now()));
 }

@@ -66,15 +66,16 @@ public:
         FakeFileManager& files, platform::StreamHandle handle, std::string_view bytes)>;
 
     ScriptedFiles(const FakePlatform& system, Write write)
-        : FakeFileManager(system.disk, system.journal), write_(std::move(write)) {}
+        : FakeFileManager(system.disk, system.journal), plain_(system.disk, system.journal),
+          write_(std::move(write)) {}
 
     platform::Result<std::size_t> write(platform::StreamHandle handle,
                                         std::string_view bytes) override {
-        FakeFileManager plain(*this);
-        return write_(plain, handle, bytes);
+        return write_(plain_, handle, bytes);
     }
 
 private:
+    FakeFileManager plain_;
     Write write_;
 };
 
