@@ -258,6 +258,7 @@ TEST_P(ApplicationContract, ObserversMayTakeBackThemselvesAndOthers) {
 TEST_P(ApplicationContract, TakesObserversFromAnyThread) {
     std::vector<std::thread> threads;
     std::atomic<int> calls = 0;
+    threads.reserve(8);
     for (int number = 0; number < 8; ++number)
         threads.emplace_back([&] {
             const int registration = application_.addWillTerminateObserver([&] { calls += 100; });

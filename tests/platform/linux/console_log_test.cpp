@@ -90,6 +90,7 @@ TEST_F(ConsoleLogTest, DoesNotMixTheLinesOfThreads) {
     for (int count = 0; count < 200; ++count) expected += message + "\n";
     EXPECT_EQ(writtenDuring([&] {
                   std::vector<std::thread> threads;
+                  threads.reserve(4);
                   for (int number = 0; number < 4; ++number)
                       threads.emplace_back([&] {
                           for (int count = 0; count < 50; ++count) log_->log(message);

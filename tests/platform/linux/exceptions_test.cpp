@@ -32,10 +32,8 @@ void throwUncaught(const Thrown& thrown) {
 /// Each test's statement runs in a child, which ends.
 class UncaughtExceptionTest : public ::testing::Test {
 protected:
-    UncaughtExceptionTest() { exceptions_->setUncaughtExceptionHandler(tell); }
-    ~UncaughtExceptionTest() override { exceptions_->setUncaughtExceptionHandler(nullptr); }
-    UncaughtExceptionTest(const UncaughtExceptionTest&) = delete;
-    UncaughtExceptionTest& operator=(const UncaughtExceptionTest&) = delete;
+    void SetUp() override { exceptions_->setUncaughtExceptionHandler(tell); }
+    void TearDown() override { exceptions_->setUncaughtExceptionHandler(nullptr); }
 
     const std::shared_ptr<Exceptions> exceptions_ = makeExceptions();
 };
