@@ -55,4 +55,8 @@ struct ItemPlace {
 /// or "..", EBUSY for the root.
 Result<ItemPlace> openParent(const Path& path);
 
+/// Takes the result of a system call whose failure changes nothing for the caller.
+template <class Answer>
+void ignore(Answer /*result*/) {}
+
 } // namespace quorvane::platform::linux_

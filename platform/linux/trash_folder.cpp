@@ -26,7 +26,7 @@ constexpr int kNameAttempts = 40;
 unsigned long nameNumber(int attempt) {
     if (attempt < kOrderedNames) return static_cast<unsigned long>(attempt) + 1;
     std::uint32_t random = 0;
-    (void)::getrandom(&random, sizeof random, 0);
+    ignore(::getrandom(&random, sizeof random, 0)); // zero is a number too
     const unsigned bits = std::min(32U, static_cast<unsigned>(attempt) - kOrderedNames + 6U);
     return kOrderedNames + 1 + (random & ((std::uint64_t{1} << bits) - 1));
 }
@@ -72,7 +72,7 @@ Result<TrashFolder> TrashFolder::openHome(const TrashOwner& owner) {
     const Path trash = owner.dataHome + "/Trash";
     auto folder = open(AT_FDCWD, trash.c_str(), owner);
     // Whatever is there already stays; the Trash works without the link.
-    if (folder) (void)::symlink((trash + "/files").c_str(), (owner.home + "/.Trash").c_str());
+    if (folder) ignore(::symlink((trash + "/files").c_str(), (owner.home + "/.Trash").c_str()));
     return folder;
 }
 
@@ -128,14 +128,14 @@ Result<void> TrashFolder::writeInfo(const std::string& name, const std::string& 
     if (written == static_cast<ssize_t>(content.size())) return {};
     // Less than all of so few bytes is written only where the disk is full.
     Error error = systemError(written == -1 ? errno : ENOSPC);
-    (void)::unlinkat(info_.get(), infoName.c_str(), 0);
+    ignore(::unlinkat(info_.get(), infoName.c_str(), 0));
     return error;
 }
 
 void TrashFolder::withdraw(const std::string& name) const {
     const ActingAs user(rights_);
     const std::string infoName = name + std::string(kTrashInfoSuffix);
-    if (user) (void)::unlinkat(info_.get(), infoName.c_str(), 0);
+    if (user) ignore(::unlinkat(info_.get(), infoName.c_str(), 0));
 }
 
 Result<void> TrashFolder::record(const Path& item, const std::string& name) const {

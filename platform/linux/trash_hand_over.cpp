@@ -33,7 +33,7 @@ void handOver(int folder, uid_t uid, dev_t device, int depth) {
         if (below) handOver(below.get(), uid, device, depth + 1);
     }
     if (status.st_uid != uid)
-        (void)::fchownat(folder, "", uid, static_cast<gid_t>(-1), AT_EMPTY_PATH);
+        ignore(::fchownat(folder, "", uid, static_cast<gid_t>(-1), AT_EMPTY_PATH));
 }
 
 } // namespace
