@@ -1,5 +1,9 @@
 #include "platform/linux/services.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <csignal>
 #include <utility>
 
 #include "platform/linux/authorization.h"
@@ -7,6 +11,7 @@
 #include "platform/linux/exceptions.h"
 #include "platform/linux/extended_attributes.h"
 #include "platform/linux/file_manager.h"
+#include "platform/linux/posix.h"
 #include "platform/linux/processes.h"
 #include "platform/linux/property_lists.h"
 #include "platform/linux/queues.h"
@@ -16,8 +21,25 @@
 #include "platform/linux/workspace.h"
 
 namespace quorvane::platform::linux_ {
+namespace {
+
+/// In a program started without standard streams no log file may take the number of one.
+void fillStandardStreams() {
+    Descriptor opened;
+    do {
+        opened.release();                                 // this one stays open
+        opened = Descriptor(::open("/dev/null", O_RDWR)); // children inherit it
+    } while (opened && opened.get() <= STDERR_FILENO);
+}
+
+/// A reader that has gone is an error of one write, not the end of the program.
+void ignoreClosedPipes() { ignore(std::signal(SIGPIPE, SIG_IGN)); }
+
+} // namespace
 
 Services makeServices(std::shared_ptr<Application> application) {
+    fillStandardStreams();
+    ignoreClosedPipes();
     const auto identity = std::make_shared<LinuxUserIdentity>();
     const auto propertyLists = std::make_shared<LinuxPropertyLists>();
     return {.application = std::move(application),

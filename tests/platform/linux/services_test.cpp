@@ -1,5 +1,11 @@
 #include "platform/linux/services.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+
 #include <gtest/gtest.h>
 
 #include "platform/Authorization.h"
@@ -29,6 +35,28 @@ TEST_F(LinuxServicesTest, HasEveryService) {
     EXPECT_TRUE(services_.systemInfo);
     EXPECT_TRUE(services_.userIdentity);
     EXPECT_TRUE(services_.workspace);
+}
+
+TEST_F(LinuxServicesTest, SurvivesAPipeWithoutAReader) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::pipe(ends.data()), 0);
+    ::close(ends[0]);
+    EXPECT_EQ(::write(ends[1], "x", 1), -1);
+    EXPECT_EQ(errno, EPIPE);
+    ::close(ends[1]);
+}
+
+TEST_F(LinuxServicesTest, FillsMissingStandardStreams) {
+    EXPECT_EXIT(
+        {
+            ::close(STDIN_FILENO);
+            ::close(STDOUT_FILENO);
+            makeServices(loop_);
+            const bool filled =
+                ::fcntl(STDIN_FILENO, F_GETFD) == 0 && ::fcntl(STDOUT_FILENO, F_GETFD) == 0;
+            ::_exit(filled ? 0 : 1);
+        },
+        ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(LinuxServicesTest, MakesAFileManagerForEachOperation) {

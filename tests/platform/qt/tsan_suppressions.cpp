@@ -5,7 +5,8 @@ extern "C" const char* __tsan_default_suppressions();
 
 // NOLINTNEXTLINE(bugprone-reserved-identifier)
 extern "C" const char* __tsan_default_suppressions() {
-    return "race:libQt6Core.so\n"
+    return "race:QEvent::type\n" // of an event that another thread has posted
+           "race:libQt6Core.so\n"
            "race:libQt6DBus.so\n"
            "race:libQt6Gui.so\n"
            "race:libdbus-1.so\n";
