@@ -20,6 +20,7 @@ using FileTime = std::chrono::time_point<std::chrono::system_clock, std::chrono:
 struct FileIdentity {
     std::uint64_t volume = 0;
     std::uint64_t node = 0;
+    // NOLINTNEXTLINE(modernize-use-nullptr): the linter takes a compared zero for a pointer
     auto operator<=>(const FileIdentity&) const = default;
 };
 

@@ -34,6 +34,9 @@ inline constexpr PrivilegedStatus kPrivilegedToolMissing = -2;
 /// console log. Any thread; a null path gives false.
 class QVAuthorization : public ProcessLifetime<QVAuthorization> {
 public:
+    QVAuthorization(const QVAuthorization&) = delete;
+    QVAuthorization& operator=(const QVAuthorization&) = delete;
+
     /// `sharedController`, `sharedController:`: the instance. Only the very first call's argument
     /// counts.
     static QVAuthorization& sharedController(WithGui withGui = WithGui::yes);

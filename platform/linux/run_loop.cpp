@@ -1,6 +1,7 @@
 #include "platform/linux/run_loop.h"
 
 #include <cstdio>
+#include <memory>
 #include <utility>
 
 #include "platform/Values.h"
@@ -85,15 +86,12 @@ RunLoop::Request* RunLoop::takeRequest() {
 
 /// The caller goes on even when its operation throws.
 void RunLoop::perform(Request& request) {
-    struct Finish {
-        RunLoop& loop;
-        Request& request;
-        ~Finish() {
-            const std::lock_guard lock(loop.mutex_);
-            request.done = true;
-            loop.changed_.notify_all();
-        }
-    } const finish{*this, request};
+    const auto finish = [this](Request* finished) {
+        const std::lock_guard lock(mutex_);
+        finished->done = true;
+        changed_.notify_all();
+    };
+    const std::unique_ptr<Request, decltype(finish)> guard(&request, finish);
     (*request.operation)();
 }
 

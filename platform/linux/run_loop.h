@@ -31,7 +31,7 @@ public:
 
 private:
     struct Request {
-        const std::function<void()>* operation;
+        const std::function<void()>* operation = nullptr;
         bool done = false;
     };
 
