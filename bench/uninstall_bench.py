@@ -74,13 +74,13 @@ def main():
     for factor in (1, 10, 100):
         ours, peer = compare(program, entries * (factor - 1), generations)
         times[factor] = ours
-        print(f"figure uninstall with {factor} times the support files: ours {ours:.1f} ms, "
-              f"peer gio trash {peer:.1f} ms, ratio {ours / peer:.2f} (aim <= 1.00)",
+        print(f"figure uninstall-{factor}x-support-files: ours {ours:.1f} ms, "
+              f"peer gio-trash {peer:.1f} ms, ratio {ours / peer:.2f} (aim <= 1.00)",
               flush=True)
     first = (times[10] - times[1]) / (9 * entries) * 1000
     then = (times[100] - times[10]) / (90 * entries) * 1000
-    print(f"figure uninstall growth from 10 to 100 times: ours {then:.1f} us an item, "
-          f"peer itself from 1 to 10 times {first:.1f} us an item, ratio {then / first:.2f} "
+    print(f"figure uninstall-growth-10x-to-100x: ours {then:.1f} us/item, "
+          f"peer growth-1x-to-10x {first:.1f} us/item, ratio {then / first:.2f} "
           f"(aim <= 1.30)")
 
 
