@@ -189,14 +189,15 @@ void applyAppearance() {
     const QStyle* given = QApplication::style();
     if (given->name() != QLatin1String("fusion")) return;
     const bool hasDesktopPalette = QApplication::palette() != given->standardPalette();
-    QApplication::setStyle(
-        new Style); // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): Qt owns it
+    // NOLINTBEGIN(clang-analyzer-cplusplus.NewDeleteLeaks): Qt owns the style
+    QApplication::setStyle(new Style);
     if (hasDesktopPalette) return;
     QApplication::setPalette(desktopPrefersDark() ? darkPalette() : lightPalette());
     // Where nobody has chosen a font, Qt's own choice is smaller than what reads well.
     QFont font = QApplication::font();
     font.setPointSizeF(std::max(font.pointSizeF(), kSmallestFontPoints));
     QApplication::setFont(font);
+    // NOLINTEND(clang-analyzer-cplusplus.NewDeleteLeaks)
 }
 
 } // namespace quorvane::platform::qt
