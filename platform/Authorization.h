@@ -21,6 +21,7 @@ inline constexpr AuthorizationStatus kAuthorizationInvalidRef = -60002;
 inline constexpr AuthorizationStatus kAuthorizationDenied = -60005;
 inline constexpr AuthorizationStatus kAuthorizationCanceled = -60006;
 inline constexpr AuthorizationStatus kAuthorizationInteractionNotAllowed = -60007;
+inline constexpr AuthorizationStatus kAuthorizationInternal = -60008;
 inline constexpr AuthorizationStatus kAuthorizationToolExecuteFailure = -60031;
 
 /// Flags of copyRights and create.
@@ -56,6 +57,8 @@ struct AuthorizationCreation {
 struct PrivilegedExecution {
     AuthorizationStatus status = kAuthorizationSuccess;
     std::unique_ptr<CommunicationsPipe> pipe;
+    /// With kAuthorizationToolExecuteFailure, the system's reason.
+    Error reason = {};
 };
 
 /// Any thread. Blocks while the user answers the service's own dialog.

@@ -6,7 +6,7 @@
 #include <csignal>
 #include <utility>
 
-#include "platform/linux/authorization.h"
+#include "platform/linux/authorization/authorization.h"
 #include "platform/linux/console_log.h"
 #include "platform/linux/exceptions.h"
 #include "platform/linux/extended_attributes.h"

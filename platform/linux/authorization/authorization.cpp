@@ -1,4 +1,4 @@
-#include "platform/linux/authorization.h"
+#include "platform/linux/authorization/authorization.h"
 
 namespace quorvane::platform::linux_ {
 namespace {
