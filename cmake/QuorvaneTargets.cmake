@@ -20,6 +20,10 @@ if(QV_SANITIZE)
   target_link_options(quorvane_options INTERFACE -fsanitize=${QV_SANITIZE})
 endif()
 
+# The programs that run beside those of users: the helper with administrator rights, and the agent
+# that answers for a user whose password the caller knows. polkit knows the helper by its place.
+set(QV_PROGRAMS ${CMAKE_INSTALL_FULL_LIBEXECDIR}/quorvane)
+
 # qv_add_library(NAME SOURCES...): a static library of this project.
 function(qv_add_library name)
   add_library(${name} STATIC ${ARGN})

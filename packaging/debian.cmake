@@ -1,10 +1,11 @@
 # The Debian packages that `cpack -G DEB` makes.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_CONTACT "Quorvane <support@quorvane.com>")
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+# The prefix is built into the programs and into the policy: packages are for the one configured.
+set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL kit)
+set(CPACK_COMPONENTS_ALL kit rights)
 if(QV_BUILD_APP)
   list(APPEND CPACK_COMPONENTS_ALL program)
 endif()
@@ -16,8 +17,15 @@ set(CPACK_COMPONENT_PROGRAM_DESCRIPTION "Quits the running Brightkeel tools and 
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SHLIBDEPS ON)
 # killall, which quits the tools.
-set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS psmisc)
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS "psmisc, quorvane-privileged-helper")
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_RECOMMENDS qt6-wayland)
+
+set(CPACK_DEBIAN_RIGHTS_PACKAGE_NAME quorvane-privileged-helper)
+set(CPACK_COMPONENT_RIGHTS_DESCRIPTION "Moves items that belong to all users, once an administrator's password is given,
+ for programs on the Quorvane kit.")
+set(CPACK_DEBIAN_RIGHTS_PACKAGE_SECTION admin)
+set(CPACK_DEBIAN_RIGHTS_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_RIGHTS_PACKAGE_DEPENDS "pkexec, polkitd")
 
 set(CPACK_DEBIAN_KIT_PACKAGE_NAME quorvane-kit-dev)
 set(CPACK_COMPONENT_KIT_DESCRIPTION "Headers and static libraries of the kit below the Brightkeel uninstaller.")
