@@ -1,0 +1,74 @@
+#include "platform/linux/privileged_helper/command.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <string_view>
+
+namespace quorvane::platform::linux_::helper {
+namespace {
+
+struct Form {
+    Job job;
+    const char* tool;
+    std::array<const char*, 3> asked; ///< the options of the request, to the letter
+    std::array<const char*, 2> given; ///< what the tool gets for them
+    std::uint32_t operandCount;
+};
+
+// -T: a folder or link at the destination is a thing to be replaced, never a place to go into.
+// --remove-destination: nothing is written through a link or into a file known by other names.
+// -h: of a link the link itself is touched.
+constexpr std::array<Form, 6> kForms{{
+    {Job::remove, "/bin/rm", {"-Rdf"}, {"-Rdf"}, 1},
+    {Job::remove, "/bin/rm", {"-R", "-f"}, {"-Rf"}, 1},
+    {Job::move, "/bin/mv", {"-f"}, {"-fT"}, 2},
+    {Job::copy, "/bin/cp", {"-f", "-p", "-R"}, {"-fpRT", "--remove-destination"}, 2},
+    {Job::makeFolder, "/bin/mkdir", {"-p"}, {"-p"}, 1},
+    {Job::touch, "/usr/bin/touch", {"-c"}, {"-ch"}, 1},
+}};
+
+std::uint32_t optionCount(const Form& form) {
+    return static_cast<std::uint32_t>(
+        std::count_if(form.asked.begin(), form.asked.end(), [](const char* text) { return text; }));
+}
+
+bool asksFor(const Request& request, const Form& form) {
+    const auto options = optionCount(form);
+    if (request.count != 1 + options + form.operandCount) return false;
+    return std::equal(form.asked.begin(), form.asked.begin() + options, request.texts.begin() + 1,
+                      [](std::string_view asked, std::string_view text) { return asked == text; });
+}
+
+bool isPlainAbsolute(std::string_view path) {
+    if (!path.starts_with('/')) return false;
+    while (!path.empty()) {
+        path.remove_prefix(1);
+        const std::string_view part = path.substr(0, path.find('/'));
+        if (part.empty() || part == "." || part == "..") return false;
+        path.remove_prefix(part.size());
+    }
+    return true;
+}
+
+} // namespace
+
+Command readCommand(const Request& request) {
+    Command command;
+    command.error = EPERM;
+    for (const Form& form : kForms) {
+        if (std::string_view(request.texts[0]) != form.tool) continue;
+        command.error = EINVAL;
+        if (!asksFor(request, form)) continue;
+        command.job = form.job;
+        command.tool = form.tool;
+        command.options = form.given;
+        command.operandCount = form.operandCount;
+        const auto* const first = request.texts.begin() + 1 + optionCount(form);
+        std::copy_n(first, form.operandCount, command.operands.begin());
+        if (std::all_of(first, first + form.operandCount, isPlainAbsolute)) command.error = 0;
+        break;
+    }
+    return command;
+}
+
+} // namespace quorvane::platform::linux_::helper

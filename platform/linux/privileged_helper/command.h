@@ -1,0 +1,26 @@
+// Which commands exist at all: the tools, options and operands that the kit uses.
+#pragma once
+
+#include <array>
+
+#include "platform/linux/privileged_helper/request.h"
+
+namespace quorvane::platform::linux_::helper {
+
+enum class Job { remove, move, copy, makeFolder, touch };
+
+struct Command {
+    int error = 0; ///< why the request is no command; 0 if it is one
+    Job job = Job::remove;
+    const char* tool = nullptr;
+    /// What the tool gets: the options asked for and those that keep it to the operands as named.
+    std::array<const char*, 2> options{};
+    std::uint32_t operandCount = 0;
+    std::array<const char*, 2> operands{}; ///< plain absolute paths, in the request's message
+};
+
+/// EPERM for any other tool; EINVAL for other options, another number of operands, and operands
+/// that are not absolute or have empty, "." or ".." parts.
+Command readCommand(const Request& request);
+
+} // namespace quorvane::platform::linux_::helper

@@ -1,0 +1,19 @@
+// Commands carried out.
+#pragma once
+
+#include "platform/linux/privileged_helper/protected_folders.h"
+#include "platform/linux/privileged_helper/tool.h"
+
+namespace quorvane::platform::linux_::helper {
+
+struct Started {
+    int error = 0;     ///< why nothing was started; 0 if something was
+    pid_t child = 0;   ///< the process that does it; 0 if it is done already
+    ToolStatus status; ///< of what is done already
+};
+
+/// Opens the places of the operands and starts the command, its output going to the descriptor.
+/// EPERM for a protected folder that would be removed, moved or replaced.
+Started start(const Command& command, const ProtectedFolders& protectedFolders, int output);
+
+} // namespace quorvane::platform::linux_::helper

@@ -1,0 +1,81 @@
+#include "platform/linux/privileged_helper/staging.h"
+
+#include <fcntl.h>
+#include <sys/random.h>
+#include <unistd.h>
+
+#include <cstdio>
+
+namespace quorvane::platform::linux_::helper {
+namespace {
+
+constexpr mode_t kSuperuserOnly = 0700;
+constexpr mode_t kOthersWrite = S_IWGRP | S_IWOTH;
+
+struct Staging {
+    std::array<char, 32> name{};
+    Descriptor folder;
+};
+
+/// Makes the folder and holds it open. Its owner could have swapped it between the two.
+Staging makeStaging(int beside) {
+    Staging staging;
+    std::uint64_t number = 0;
+    ignore(::getrandom(&number, sizeof number, 0));
+    std::snprintf(staging.name.data(), staging.name.size(), ".quorvane-%016llx",
+                  static_cast<unsigned long long>(number));
+    if (::mkdirat(beside, staging.name.data(), kSuperuserOnly) == -1) return staging;
+    staging.folder = openBelow(beside, staging.name.data());
+    struct stat status {};
+    if (staging.folder && (::fstat(staging.folder.get(), &status) == -1 || status.st_uid != 0 ||
+                           (status.st_mode & ALLPERMS) != kSuperuserOnly)) {
+        staging.folder.reset();
+        errno = EPERM;
+    }
+    return staging;
+}
+
+int run(const char* tool, const std::array<const char*, 2>& options,
+        std::initializer_list<const Place*> operands, int output) {
+    const pid_t child = startTool(tool, options, operands, output);
+    return child == -1 ? 1 : waitForTool(child, -1).value;
+}
+
+/// Runs the tool and renames; answers its exit status. What a move has brought stays, even if the
+/// tool failed over it or the rename does: its source may be gone.
+int copyAndRename(const Command& command, const Place& source, const Place& destination,
+                  Staging& staging, int output) {
+    const Place staged{0, std::move(staging.folder), destination.name};
+    int status = run(command.tool, command.options, {&source, &staged}, output);
+    const bool arrived = ::renameat(staged.folder.get(), staged.name, destination.folder.get(),
+                                    destination.name) == 0;
+    if (!arrived && command.job == Job::copy) ignore(run("/bin/rm", {"-Rf"}, {&staged}, output));
+    ignore(::unlinkat(destination.folder.get(), staging.name.data(), AT_REMOVEDIR));
+    if (status == 0 && !arrived) status = 1;
+    return status;
+}
+
+} // namespace
+
+bool isSuperusersOwn(int folder) {
+    struct stat status {};
+    return ::fstat(folder, &status) == 0 && status.st_uid == 0 &&
+           (status.st_mode & kOthersWrite) == 0;
+}
+
+pid_t startStaged(const Command& command, const Place& source, const Place& destination,
+                  int output) {
+    struct stat status {};
+    if (destination.status(status) && S_ISDIR(status.st_mode)) {
+        errno = EISDIR;
+        return -1;
+    }
+    Staging staging = makeStaging(destination.folder.get());
+    if (!staging.folder) return -1;
+    const pid_t child = ::fork();
+    if (child != 0) return child;
+    ::close(STDIN_FILENO); // the client's socket is its parent's business
+    ::_exit(copyAndRename(command, source, destination, staging, output));
+}
+
+} // namespace quorvane::platform::linux_::helper

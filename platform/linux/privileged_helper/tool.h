@@ -1,0 +1,27 @@
+// Tools as child processes.
+#pragma once
+
+#include <sys/types.h>
+
+#include <initializer_list>
+
+#include "platform/linux/privileged_helper/command.h"
+#include "platform/linux/privileged_helper/place.h"
+
+namespace quorvane::platform::linux_::helper {
+
+/// Starts a tool on operands that it reaches through the folders held open for it, with its output
+/// going to the descriptor. It has nothing else of this process. -1 with errno set when it cannot.
+pid_t startTool(const char* tool, const std::array<const char*, 2>& options,
+                std::initializer_list<const Place*> operands, int output);
+
+struct ToolStatus {
+    bool ended = false;
+    int value = 0; ///< the exit status, or 128 and the signal's number
+};
+
+/// Waits for a child to end, at most so many milliseconds; -1: until it does. One that has not
+/// ended is left to run.
+ToolStatus waitForTool(pid_t child, int milliseconds);
+
+} // namespace quorvane::platform::linux_::helper

@@ -1,0 +1,64 @@
+#include "platform/linux/privileged_helper/protected_folders.h"
+
+#include <gtest/gtest.h>
+#include <pwd.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "tests/platform/linux/child_process.h"
+#include "tests/platform/linux/scratch_folder.h"
+
+namespace quorvane::platform::linux_::helper {
+namespace {
+
+using quorvane::testing::ScratchFolder;
+
+bool isProtected(const std::string& path) {
+    const ProtectedFolders folders(::geteuid());
+    const Place place = openPlace(path.c_str(), MakeMissing::no);
+    return folders.contains(path.c_str(), place);
+}
+
+TEST(ProtectedFolders, AreTheMachinesOwn) {
+    for (const char* path :
+         {"/usr", "/var", "/bin", "/sbin", "/etc", "/home", "/System", "/System/Library",
+          "/Applications", "/Library", "/Library/Caches", "/Library/Preferences",
+          "/Library/Application Support", "/Users", "/Users/Shared", "/usr/local", "/private"})
+        EXPECT_TRUE(isProtected(path)) << path;
+}
+
+TEST(ProtectedFolders, AreTheUsersOwn) {
+    const std::string home = ::getpwuid(::geteuid())->pw_dir;
+    for (const char* name : {"", "/Applications", "/Desktop", "/Documents", "/Library",
+                             "/Library/Caches", "/Library/Preferences", "/.Trash"})
+        EXPECT_TRUE(isProtected(home + name)) << home + name;
+}
+
+TEST(ProtectedFolders, HoldItemsThatAreNot) {
+    for (const char* path : {"/Applications/A.app", "/Library/Preferences/com.a.plist",
+                             "/usr/local/x", "/var/x", "/Libraryx", "/Librar"})
+        EXPECT_FALSE(isProtected(path)) << path;
+}
+
+TEST(ProtectedFolders, AreKnownByOtherPathsToo) {
+    // Where the old folders are links, their targets are meant.
+    if (std::filesystem::is_symlink("/bin")) {
+        EXPECT_TRUE(isProtected("/usr/bin"));
+    }
+}
+
+TEST(ProtectedFolders, AreKnownWhereTheyAreMountedAgain) {
+    QV_NEEDS_SUPERUSER();
+    const ScratchFolder scratch;
+    const Path elsewhere = scratch.addFolder("elsewhere");
+    testing::inPrivateMounts([&] {
+        ASSERT_EQ(::mount("/etc", elsewhere.c_str(), nullptr, MS_BIND, nullptr), 0);
+        EXPECT_TRUE(isProtected(elsewhere));
+    });
+    EXPECT_FALSE(isProtected(elsewhere));
+}
+
+} // namespace
+} // namespace quorvane::platform::linux_::helper
