@@ -26,6 +26,33 @@ constexpr AuthorizationFlags kWithInteraction =
 std::recursive_mutex classLock;
 QVAuthorization* sharedInstance = nullptr; // guarded by classLock; never destroyed
 
+/// A user's credentials as the service takes them, wiped after use.
+class Credentials {
+public:
+    Credentials(const std::string& user, const std::string& password) : items_(2) {
+        items_[0].name = "username";
+        items_[0].value = user;
+        items_[1].name = "password";
+        items_[1].value = password;
+    }
+    ~Credentials() {
+        for (platform::AuthorizationItem& item : items_) wipe(item.value);
+    }
+    Credentials(const Credentials&) = delete;
+    Credentials& operator=(const Credentials&) = delete;
+
+    const AuthorizationItems& items() const { return items_; }
+
+private:
+    /// Through a volatile pointer, since nobody reads the bytes any more.
+    static void wipe(Bytes& secret) {
+        volatile char* bytes = secret.data();
+        for (std::size_t index = 0; index < secret.size(); ++index) bytes[index] = '\0';
+    }
+
+    AuthorizationItems items_;
+};
+
 platform::Authorization& service() { return *platform::services().authorization; }
 
 } // namespace
@@ -91,16 +118,16 @@ bool QVAuthorization::authStart() {
 bool QVAuthorization::authStartWithUser(const MaybeText& user, const MaybeText& password) {
     if (runsAsSuperuser()) return true;
     if (!user || !password) return false;
-    const AuthorizationItems environment{{"username", *user, 0}, {"password", *password, 0}};
+    const Credentials credentials(*user, *password);
     const AuthorizationCreation created =
-        service().create({}, environment, platform::kAuthorizationDefaults);
+        service().create({}, credentials.items(), platform::kAuthorizationDefaults);
     if (created.status != platform::kAuthorizationSuccess) {
         logToConsole("Unable to create authRef - error %d", created.status);
         authRef_ = nullptr;
         return false;
     }
     authRef_ = created.reference;
-    if (service().copyRights(created.reference, kAdministratorRight, environment,
+    if (service().copyRights(created.reference, kAdministratorRight, credentials.items(),
                              kWithoutInteraction) == platform::kAuthorizationSuccess)
         return true;
     service().free(created.reference, platform::kAuthorizationDefaults);

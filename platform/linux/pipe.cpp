@@ -6,6 +6,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "platform/linux/spawn.h"
+
 namespace quorvane::platform::linux_ {
 namespace {
 
@@ -14,12 +16,10 @@ constexpr std::size_t kReadSize = 65536;
 
 [[noreturn]] void throwError() { throw Exception("PipeException", systemError().text); }
 
-std::shared_ptr<Descriptor> aboveStandardStreams(int end) {
-    auto held = std::make_shared<Descriptor>(end);
-    if (end > STDERR_FILENO) return held;
-    auto moved = std::make_shared<Descriptor>(::fcntl(end, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-    if (!*moved) throwError();
-    return moved;
+std::shared_ptr<Descriptor> heldAboveStandardStreams(Descriptor end) {
+    auto held = std::make_shared<Descriptor>(aboveStandardStreams(std::move(end)));
+    if (!*held) throwError();
+    return held;
 }
 
 } // namespace
@@ -28,8 +28,8 @@ LinuxPipe::LinuxPipe() {
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0) throwError();
     Descriptor writing(ends[1]);
-    readingEnd_ = aboveStandardStreams(ends[0]);
-    writingEnd_ = aboveStandardStreams(writing.release());
+    readingEnd_ = heldAboveStandardStreams(Descriptor(ends[0]));
+    writingEnd_ = heldAboveStandardStreams(std::move(writing));
 }
 
 Bytes LinuxPipe::availableData() {

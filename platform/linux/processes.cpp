@@ -7,8 +7,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
-#include <sys/eventfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,6 +16,7 @@ extern "C" { // which the header forgets in glibc 2.36
 
 #include "platform/linux/pipe.h"
 #include "platform/linux/reaper.h"
+#include "platform/linux/spawn.h"
 
 namespace quorvane::platform::linux_ {
 namespace {
@@ -29,144 +28,50 @@ constexpr int kUnknownStatus = -1;
     throw Exception("ProcessException", std::move(reason));
 }
 
-[[noreturn]] void failWith(int code) { fail(systemError(code).text); }
+[[noreturn]] void failWith(const Error& error) { fail(error.text); }
 
-/// A null-terminated array of C strings, as exec takes it.
-class StringArray {
-public:
-    void add(std::string text) {
-        if (text.find('\0') != std::string::npos) failWith(EINVAL);
-        texts_.push_back(std::move(text));
-    }
-    /// Valid until the next `add`.
-    char* const* pointers() {
-        pointers_.clear();
-        for (std::string& text : texts_) pointers_.push_back(text.data());
-        pointers_.push_back(nullptr);
-        return pointers_.data();
-    }
-
-private:
-    std::vector<std::string> texts_;
-    std::vector<char*> pointers_;
-};
-
-StringArray argumentArray(const LaunchDescription& description) {
-    StringArray array;
-    array.add(description.path);
-    for (const std::string& argument : description.arguments) array.add(argument);
-    return array;
+/// A closed stream cannot be inherited, nor can a private file that took its number.
+bool canInherit(int stream) {
+    const int flags = ::fcntl(stream, F_GETFD);
+    return flags != -1 && (flags & FD_CLOEXEC) == 0;
 }
 
-StringArray environmentArray(const Environment& environment) {
-    StringArray array;
-    for (const auto& [name, value] : environment) array.add(std::string(name) + "=" + value);
-    return array;
-}
-
-/// What the child does with its descriptors before it becomes the tool.
-class FileActions {
+/// The ends that the child gets, kept open until it has them.
+class ChildStreams {
 public:
-    FileActions() { check(posix_spawn_file_actions_init(&actions_)); }
-    ~FileActions() { posix_spawn_file_actions_destroy(&actions_); }
-    FileActions(const FileActions&) = delete;
-    FileActions& operator=(const FileActions&) = delete;
+    explicit ChildStreams(const LaunchDescription& description)
+        : descriptors_{connect(description.input, STDIN_FILENO),
+                       connect(description.output, STDOUT_FILENO),
+                       connect(description.error, STDERR_FILENO)} {}
 
-    void connect(const StandardStream& stream, int target) {
-        if (stream.kind == StandardStream::Kind::pipe)
-            connectPipe(stream, target);
-        else if (stream.kind == StandardStream::Kind::nullDevice || !canInherit(target))
-            check(posix_spawn_file_actions_addopen(&actions_, target, "/dev/null", O_RDWR, 0));
-    }
-    void closeAllOthers() {
-        check(posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
-    }
-    const posix_spawn_file_actions_t* get() const { return &actions_; }
+    const StandardDescriptors& descriptors() const { return descriptors_; }
 
 private:
-    static void check(int code) {
-        if (code != 0) failWith(code);
+    int connect(const StandardStream& stream, int target) {
+        if (stream.kind == StandardStream::Kind::pipe) return connectPipe(stream, target);
+        const bool inherits = stream.kind == StandardStream::Kind::inherited && canInherit(target);
+        return inherits ? target : kNullDevice;
     }
 
-    /// A closed stream cannot be inherited, nor can a private file that took its number.
-    static bool canInherit(int target) {
-        const int flags = ::fcntl(target, F_GETFD);
-        return flags != -1 && (flags & FD_CLOEXEC) == 0;
-    }
-
-    void connectPipe(const StandardStream& stream, int target) {
+    int connectPipe(const StandardStream& stream, int target) {
         const auto pipe = std::dynamic_pointer_cast<LinuxPipe>(stream.pipe);
         auto end = !pipe                    ? nullptr
                    : target == STDIN_FILENO ? pipe->readingEnd()
                                             : pipe->writingEnd();
-        if (!end) failWith(EBADF);
-        check(posix_spawn_file_actions_adddup2(&actions_, end->get(), target));
-        ends_.push_back(std::move(end));
+        if (!end) failWith(systemError(EBADF));
+        return ends_.emplace_back(std::move(end))->get();
     }
 
-    posix_spawn_file_actions_t actions_{};
-    std::vector<std::shared_ptr<Descriptor>> ends_; // kept open until the child has them
+    std::vector<std::shared_ptr<Descriptor>> ends_;
+    StandardDescriptors descriptors_; // after the ends, which are filled along with it
 };
-
-/// The tool starts with no signal blocked and all of them doing what they do by default.
-class SpawnAttributes {
-public:
-    SpawnAttributes() {
-        if (const int code = posix_spawnattr_init(&attributes_); code != 0) failWith(code);
-        sigset_t signals;
-        sigemptyset(&signals);
-        posix_spawnattr_setsigmask(&attributes_, &signals);
-        sigfillset(&signals);
-        posix_spawnattr_setsigdefault(&attributes_, &signals);
-        posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-    }
-    ~SpawnAttributes() { posix_spawnattr_destroy(&attributes_); }
-    SpawnAttributes(const SpawnAttributes&) = delete;
-    SpawnAttributes& operator=(const SpawnAttributes&) = delete;
-
-    const posix_spawnattr_t* get() const { return &attributes_; }
-
-private:
-    posix_spawnattr_t attributes_{};
-};
-
-pid_t spawn(const LaunchDescription& description) {
-    FileActions actions;
-    actions.connect(description.input, STDIN_FILENO);
-    actions.connect(description.output, STDOUT_FILENO);
-    actions.connect(description.error, STDERR_FILENO);
-    actions.closeAllOthers();
-    const SpawnAttributes attributes;
-
-    StringArray arguments = argumentArray(description);
-    StringArray environment = environmentArray(description.environment.value_or(Environment()));
-    pid_t child = 0;
-    const int code = posix_spawn(&child, description.path.c_str(), actions.get(), attributes.get(),
-                                 arguments.pointers(),
-                                 description.environment ? environment.pointers() : environ);
-    if (code != 0) failWith(code);
-    return child;
-}
-
-/// The child's process descriptor. A child that this process cannot hold is ended and reaped: it
-/// could be neither waited for nor terminated.
-Descriptor holdChild(pid_t child) {
-    Descriptor held(::pidfd_open(child, 0));
-    if (held) return held;
-    const int code = errno;
-    ::kill(child, SIGKILL);
-    siginfo_t info{};
-    retryInterrupted([&] { return ::waitid(P_PID, static_cast<id_t>(child), &info, WEXITED); });
-    failWith(code);
-}
 
 Descriptor start(const LaunchDescription& description) {
-    // Out of descriptors, it fails here, before anything is started.
-    Descriptor spare(::eventfd(0, EFD_CLOEXEC));
-    if (!spare) failWith(errno);
-    const pid_t child = spawn(description);
-    spare.reset();
-    return holdChild(child);
+    const ChildStreams streams(description);
+    auto child = spawn(description.path, description.arguments, description.environment,
+                       streams.descriptors());
+    if (!child) failWith(child.error());
+    return std::move(child.value());
 }
 
 void closeWritingEnd(const StandardStream& stream) {

@@ -43,7 +43,7 @@ Services makeServices(std::shared_ptr<Application> application) {
     const auto identity = std::make_shared<LinuxUserIdentity>();
     const auto propertyLists = std::make_shared<LinuxPropertyLists>();
     return {.application = std::move(application),
-            .authorization = makeAuthorization(),
+            .authorization = makeAuthorization(identity),
             .consoleLog = makeConsoleLog(),
             .exceptions = makeExceptions(),
             .extendedAttributes = makeExtendedAttributes(),

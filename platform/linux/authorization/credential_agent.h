@@ -1,0 +1,40 @@
+// Answers for a user whose password the caller knows.
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include "platform/Authorization.h"
+#include "platform/linux/authorization/socket_child.h"
+
+namespace quorvane::platform::linux_ {
+
+/// The longest user name and password, in bytes.
+inline constexpr std::size_t kMaximumCredential = 2000;
+/// How long the agent may take to register; without a working bus it never does.
+inline constexpr std::chrono::seconds kAgentPatience{5};
+
+/// A running password agent: as long as this lives, it answers in the user's place whatever is
+/// asked about this process. One thread at a time.
+class CredentialAgent {
+public:
+    /// What came of a start: an agent only with success.
+    struct Start;
+
+    /// Starts the agent program and hands it the credentials. kAuthorizationDenied for what can be
+    /// nobody's credentials, kAuthorizationInternal for an agent that does not get ready.
+    static Start start(const Path& program, const std::string& user, const std::string& password,
+                       std::chrono::milliseconds patience = kAgentPatience);
+
+private:
+    explicit CredentialAgent(SocketChild child) : child_(std::move(child)) {}
+
+    SocketChild child_;
+};
+
+struct CredentialAgent::Start {
+    AuthorizationStatus status;
+    std::optional<CredentialAgent> agent;
+};
+
+} // namespace quorvane::platform::linux_
