@@ -1,0 +1,498 @@
+"""Asks for administrator rights, and uses them, as programs on the kit do.
+
+usage: rights_test.py CLIENT AGENT [TEST CLASS...]     (as the superuser of a private world)
+"""
+
+import ctypes
+import glob
+import os
+import pwd
+import shutil
+import signal
+import subprocess
+import sys
+import time
+import unittest
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
+
+from administration import Administration
+from session import UID, USER, as_user, in_session
+
+GRANTED, DENIED, CANCELLED, INTERNAL, TOOL_FAILED = 0, -60005, -60006, -60008, -60031
+EPERM, EINVAL, EPIPE, ELOOP = 1, 22, 32, 40
+ADMINISTRATOR = os.environ.get("WORLD_ADMINISTRATOR", "")
+COLLEAGUE = os.environ.get("WORLD_COLLEAGUE", "")
+HELPER = "/usr/local/libexec/quorvane/privileged-helper"
+PATIENCE = 60
+HOME = "/Users/" + USER
+NOTE = "/run/user/%d/note" % UID
+
+
+# What this script starts need not know them.
+PASSWORDS = {ADMINISTRATOR: os.environ.pop("WORLD_ADMINISTRATOR_PASSWORD", ""),
+             COLLEAGUE: os.environ.pop("WORLD_COLLEAGUE_PASSWORD", ""),
+             USER: os.environ.pop("WORLD_USER_PASSWORD", "")}
+
+
+def processes(program):
+    """The ids of all processes that run a program."""
+    found = []
+    for link in glob.glob("/proc/[0-9]*/exe"):
+        try:
+            if os.readlink(link) == program:
+                found.append(int(link.split("/")[2]))
+        except OSError:
+            pass  # it has just ended
+    return found
+
+
+def wait_until(question, patience=PATIENCE):
+    deadline = time.monotonic() + patience
+    while not question():
+        if time.monotonic() > deadline:
+            raise AssertionError("it did not happen in time")
+        time.sleep(0.01)
+
+
+class Client:
+    """A program on the kit, run by the user; its answers are lists of words."""
+
+    def __init__(self, *before, user=True, **settings):
+        command = [*before, CLIENT]
+        command = as_user(command, **settings) if user else \
+            ["env", *[f"{name}={value}" for name, value in settings.items()], *command]
+        self.process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                        cwd="/")
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.process.stdin.close()
+        if self.process.poll() is None:
+            try:
+                self.process.wait(PATIENCE)
+            except subprocess.TimeoutExpired:
+                self.process.kill()
+                self.process.wait()
+                raise
+        self.process.stdout.close()
+
+    def order(self, *words):
+        self.process.stdin.write("\t".join(words).encode() + b"\n")
+        self.process.stdin.flush()
+
+    def answer(self):
+        return self.process.stdout.readline().decode().rstrip("\n").split("\t")[:-1]
+
+    def ask(self, *words):
+        self.order(*words)
+        return self.answer()
+
+    def login(self, user, word=None):
+        return int(self.ask("login", user, PASSWORDS[user] if word is None else word)[0])
+
+    def start(self):
+        return int(self.ask("start")[0])
+
+    def run(self, *words):
+        """Status and reason."""
+        return tuple(map(int, self.ask("run", *words)[:2]))
+
+
+def with_agent(*answer):
+    """A client with a desktop agent that gives this answer."""
+    if os.path.exists(NOTE):
+        os.unlink(NOTE)
+    return Client(AGENT, "--note", NOTE, *answer)
+
+
+def notes():
+    if not os.path.exists(NOTE):
+        return []
+    with open(NOTE, encoding="utf-8") as file:
+        return file.read().split()
+
+
+class WithAdministration(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.administration = cls.enterClassContext(Administration())
+
+    def setUp(self):
+        self.folder = "/Library/" + self.id().rsplit(".", 1)[1]
+        os.mkdir(self.folder)
+        self.addCleanup(shutil.rmtree, self.folder)
+
+    def tearDown(self):
+        wait_until(lambda: not processes(HELPER))
+
+    def place(self, name, content=""):
+        path = f"{self.folder}/{name}"
+        with open(path, "w", encoding="utf-8") as file:
+            file.write(content)
+        return path
+
+    @classmethod
+    def enterClassContext(cls, context):
+        cls.addClassCleanup(context.__exit__, None, None, None)
+        return context.__enter__()
+
+
+class Credentials(WithAdministration):
+    def check_denied(self, user, word=None):
+        with Client() as client:
+            self.assertEqual(client.login(user, word), DENIED)
+            self.assertEqual(processes(HELPER), [])
+            self.assertEqual(client.run("/bin/mkdir", "-p", self.folder + "/made")[0], -60002)
+        self.assertFalse(os.path.exists(self.folder + "/made"))
+
+    def test_right_password(self):
+        with Client() as client:
+            self.assertEqual(client.login(ADMINISTRATOR), GRANTED)
+            self.assertEqual(client.run("/bin/mkdir", "-p", self.folder + "/made"), (GRANTED, 0))
+            self.assertEqual(os.stat(self.folder + "/made").st_uid, 0)
+
+    def test_wrong_password(self):
+        self.check_denied(ADMINISTRATOR, "wrong")
+
+    def test_empty_password(self):
+        self.check_denied(ADMINISTRATOR, " ")
+
+    def test_user_who_is_no_administrator(self):
+        self.check_denied(COLLEAGUE)
+
+    def test_the_user_themselves_is_no_administrator(self):
+        self.check_denied(USER)
+
+    def test_unknown_user(self):
+        self.check_denied("nobody-here", "x")
+
+    def test_a_second_login_after_a_failed_one(self):
+        with Client() as client:
+            self.assertEqual(client.login(ADMINISTRATOR, "wrong"), DENIED)
+            self.assertEqual(client.login(ADMINISTRATOR), GRANTED)
+
+    def test_the_password_is_in_no_command_line_and_in_no_environment(self):
+        with Client() as client:
+            client.order("login", ADMINISTRATOR, PASSWORDS[ADMINISTRATOR])
+            seen = set()
+            while not processes(HELPER):
+                for place in glob.glob("/proc/[0-9]*/cmdline") + glob.glob("/proc/[0-9]*/environ"):
+                    pid = place.split("/")[2]
+                    if int(pid) == os.getpid():
+                        continue
+                    try:
+                        with open(place, "rb") as file:
+                            seen.add(file.read())
+                    except OSError:
+                        pass
+            self.assertEqual(int(client.answer()[0]), GRANTED)
+        known = PASSWORDS[ADMINISTRATOR].encode()
+        self.assertTrue(seen)
+        self.assertEqual([text for text in seen if known in text], [])
+
+    def test_the_agent_has_gone_once_the_right_is_there(self):
+        with Client() as client:
+            self.assertEqual(client.login(ADMINISTRATOR), GRANTED)
+            agent = os.path.dirname(HELPER) + "/password-agent"
+            wait_until(lambda: not processes(agent))
+
+
+class Dialog(WithAdministration):
+    def test_right_password(self):
+        with with_agent("--user", ADMINISTRATOR, "--password",
+                        PASSWORDS[ADMINISTRATOR]) as client:
+            self.assertEqual(client.start(), GRANTED)
+            self.assertEqual(client.run("/bin/mkdir", "-p", self.folder + "/made"), (GRANTED, 0))
+        self.assertEqual(notes(), ["granted"])
+
+    def test_wrong_password(self):
+        with with_agent("--user", ADMINISTRATOR, "--password", "wrong") as client:
+            self.assertEqual(client.start(), DENIED)
+        self.assertEqual(notes(), ["denied"])
+
+    def test_cancelled(self):
+        with with_agent("--cancel") as client:
+            self.assertEqual(client.start(), CANCELLED)
+            self.assertEqual(client.start(), CANCELLED)
+        self.assertEqual(notes(), ["cancelled", "cancelled"])
+
+    def test_nobody_who_could_ask(self):
+        with Client() as client:
+            self.assertEqual(client.start(), DENIED)
+
+    def test_each_session_is_asked_for_anew(self):
+        with with_agent("--user", ADMINISTRATOR, "--password",
+                        PASSWORDS[ADMINISTRATOR]) as client:
+            for _ in range(2):
+                self.assertEqual(client.start(), GRANTED)
+                client.ask("free")
+                wait_until(lambda: not processes(HELPER))
+        self.assertEqual(notes(), ["granted", "granted"])
+
+    def test_the_client_is_killed_while_the_dialog_is_up(self):
+        with with_agent("--hold") as client:
+            client.order("start")
+            wait_until(lambda: notes() == ["asked"])
+            self.assertEqual(len(processes("/usr/bin/pkexec")), 1)
+            client.process.kill()
+            client.process.wait()
+            wait_until(lambda: not processes("/usr/bin/pkexec"))
+            self.assertEqual(processes(HELPER), [])
+
+
+class Session(WithAdministration):
+    def setUp(self):
+        super().setUp()
+        self.client = Client()
+        self.addCleanup(self.client.__exit__)
+        self.assertEqual(self.client.login(ADMINISTRATOR), GRANTED)
+
+    def tearDown(self):
+        self.client.__exit__()
+        super().tearDown()
+
+    def descriptors(self):
+        return len(os.listdir(f"/proc/{self.client.process.pid}/fd"))
+
+    def test_many_runs_with_one_authentication(self):
+        helper = processes(HELPER)
+        before = self.descriptors()
+        self.assertEqual(self.client.ask("many", "1", "500", self.folder), ["500"])
+        self.assertEqual(processes(HELPER), helper)
+        self.assertLessEqual(self.descriptors(), before)
+
+    def test_two_threads(self):
+        self.assertEqual(self.client.ask("many", "2", "250", self.folder), ["500"])
+
+    def test_every_tool(self):
+        one, two = self.folder + "/one", self.folder + "/two"
+        run = self.client.run
+        self.assertEqual(run("/bin/mkdir", "-p", one + "/deep"), (GRANTED, 0))
+        self.assertEqual(run("/bin/cp", "-f", "-p", "-R", one, two), (GRANTED, 0))
+        self.assertTrue(os.path.isdir(two + "/deep"))
+        self.assertEqual(run("/bin/mv", "-f", two, HOME + "/mine"), (GRANTED, 0))
+        self.assertEqual(os.stat(HOME + "/mine").st_uid, 0)
+        self.assertEqual(run("/usr/bin/touch", "-c", one), (GRANTED, 0))
+        self.assertEqual(run("/bin/rm", "-Rdf", one), (GRANTED, 0))
+        self.assertEqual(run("/bin/rm", "-R", "-f", HOME + "/mine"), (GRANTED, 0))
+        self.assertEqual(os.listdir(self.folder), [])
+
+    def test_refusals_have_the_systems_reason(self):
+        run = self.client.run
+        self.assertEqual(run("/bin/chmod", "777", self.folder), (TOOL_FAILED, EPERM))
+        self.assertEqual(run("/bin/rm", "-Rdf", "--no-preserve-root", self.folder),
+                         (TOOL_FAILED, EINVAL))
+        self.assertEqual(run("/bin/rm", "-Rdf", self.folder + "/../x"), (TOOL_FAILED, EINVAL))
+        self.assertEqual(run("/bin/rm", "-Rdf", "/Library"), (TOOL_FAILED, EPERM))
+        os.symlink("/Library", HOME + "/link")
+        self.assertEqual(run("/bin/rm", "-Rdf", HOME + "/link" + self.folder[8:]),
+                         (TOOL_FAILED, ELOOP))
+        os.unlink(HOME + "/link")
+        self.assertTrue(os.path.isdir(self.folder))
+
+    def test_slashes_and_dots_that_mean_nothing_are_no_reason_to_refuse(self):
+        self.place("file")
+        self.assertEqual(self.client.run("/bin/rm", "-Rdf", f"/{self.folder}/.//file/"),
+                         (GRANTED, 0))
+        self.assertEqual(os.listdir(self.folder), [])
+
+    def big(self):
+        """A tree whose removal takes a while. Not on the world's own disk, which makes files slowly
+        where many have just been removed."""
+        subprocess.run(["mount", "-t", "tmpfs", "world", self.folder], check=True)
+        self.addCleanup(subprocess.run, ["umount", self.folder], check=True)
+        tree = self.folder + "/big"
+        for number in range(20):
+            os.makedirs(f"{tree}/{number}")
+            for name in range(1000):
+                with open(f"{tree}/{number}/{name}", "x", encoding="ascii"):
+                    pass
+        return tree
+
+    def test_a_helper_that_dies_fails_later_runs_but_not_the_tool_under_way(self):
+        tree = self.big()
+        self.client.order("begin", "/bin/rm", "-Rdf", tree)
+        self.assertEqual(self.client.answer()[:2], ["0", "0"])
+        (helper,) = processes(HELPER)
+        os.kill(helper, signal.SIGKILL)
+        self.assertEqual(self.client.run("/usr/bin/touch", "-c", self.folder),
+                         (TOOL_FAILED, EPIPE))
+        wait_until(lambda: not os.path.exists(tree))
+
+    def test_a_client_that_dies_ends_the_helper_but_not_the_tool_under_way(self):
+        tree = self.big()
+        self.client.order("begin", "/bin/rm", "-Rdf", tree)
+        self.client.answer()
+        self.client.process.kill()
+        wait_until(lambda: not processes(HELPER))
+        wait_until(lambda: not os.path.exists(tree))
+
+    def test_the_helper_has_nothing_of_its_client(self):
+        (helper,) = processes(HELPER)
+        proc = f"/proc/{helper}"
+        self.assertEqual(sorted(os.listdir(proc + "/fd")), ["0", "1", "2"])
+        self.assertEqual(os.readlink(proc + "/cwd"), "/")
+        with open(proc + "/status", encoding="ascii") as file:
+            status = dict(line.rstrip("\n").split(":\t", 1) for line in file if ":\t" in line)
+        self.assertEqual(status["Uid"], "0\t0\t0\t0")
+        self.assertEqual(status["Umask"], "0022")
+
+
+class Attacks(WithAdministration):
+    """What another program of the same user might try."""
+
+    THIEF = """
+import ctypes, os, sys
+libc = ctypes.CDLL(None, use_errno=True)
+victim = os.pidfd_open(int(sys.argv[1]))
+taken = [number for number in range(64) if libc.syscall(438, victim, number, 0) >= 0]
+attached = libc.ptrace(16, int(sys.argv[1]), 0, 0) == 0
+def readable(name):
+    try:
+        open(f"/proc/{sys.argv[1]}/{name}", "rb").read(1)
+        return True
+    except OSError:
+        return False
+print(len(taken), int(attached), int(readable("mem")), int(readable("environ")))
+"""
+
+    def rob(self, pid):
+        """Descriptors taken, whether it could be attached to, and its memory and environment read,
+        by a program of the user."""
+        shown = subprocess.run(as_user([sys.executable, "-c", self.THIEF, str(pid)]),
+                               capture_output=True, text=True, check=True).stdout
+        return tuple(map(int, shown.split()))
+
+    def test_the_session_cannot_be_borrowed(self):
+        with Client() as client:
+            self.assertEqual(client.login(ADMINISTRATOR), GRANTED)
+            self.assertEqual(self.rob(client.process.pid), (0, 0, 0, 0))
+
+    def test_the_thief_can_rob_others(self):
+        """Else the test above would prove nothing."""
+        with Client() as client:
+            client.ask("free")
+            taken, attached, _, readable = self.rob(client.process.pid)
+            client.process.send_signal(signal.SIGCONT)  # it is left as the thief stopped it
+        self.assertEqual(readable, 1)
+        if attached:  # some machines forbid it to everybody
+            self.assertGreaterEqual(taken, 3)
+
+    def test_a_program_that_is_being_traced_gets_nothing(self):
+        with Client() as client:
+            client.ask("free")
+            libc = ctypes.CDLL(None, use_errno=True)
+            self.assertEqual(libc.ptrace(0x4206, client.process.pid, None, None), 0)  # SEIZE
+            self.assertIn(client.login(ADMINISTRATOR), (DENIED, INTERNAL))
+            self.assertEqual(processes(HELPER), [])
+
+    def test_the_helper_serves_nobody_who_calls_it_directly(self):
+        shown = subprocess.run(as_user([HELPER], PKEXEC_UID="0"), stdin=subprocess.DEVNULL,
+                               capture_output=True, check=False)
+        self.assertEqual((shown.returncode, shown.stdout), (1, b""))
+
+    def test_a_session_is_only_inherited_by_a_superuser_whom_polkit_made(self):
+        with Client(PKEXEC_UID=str(UID)) as client:
+            self.assertEqual(int(client.ask("inherit")[0]), DENIED)
+        with Client(user=False) as client:
+            self.assertEqual(int(client.ask("inherit")[0]), DENIED)
+        with Client(user=False, PKEXEC_UID="12x") as client:
+            self.assertEqual(int(client.ask("inherit")[0]), DENIED)
+        with Client(user=False, PKEXEC_UID=str(UID)) as client:
+            self.assertEqual(int(client.ask("inherit")[0]), GRANTED)
+            self.assertEqual(client.run("/bin/mkdir", "-p", self.folder + "/made"), (GRANTED, 0))
+        self.assertTrue(os.path.isdir(self.folder + "/made"))
+
+
+class Trash(WithAdministration):
+    """Items moved with rights are in the user's own Trash as any others."""
+
+    TRASH = HOME + "/.local/share/Trash"
+
+    def setUp(self):
+        super().setUp()
+        self.client = Client()
+        self.addCleanup(self.client.__exit__)
+        self.assertEqual(self.client.login(ADMINISTRATOR), GRANTED)
+        subprocess.run(as_user(["sh", "-c", "touch ~/.x; gio trash ~/.x; ln -sfn "
+                                + self.TRASH + "/files ~/.Trash"]), check=True)
+
+    def tearDown(self):
+        self.client.__exit__()
+        shutil.rmtree(self.TRASH)
+        super().tearDown()
+
+    def trash(self, path):
+        name = os.path.basename(path)
+        return self.client.run("/bin/mv", "-f", path, f"{HOME}/.Trash/{name}")
+
+    def info(self, name):
+        try:
+            with open(f"{self.TRASH}/info/{name}.trashinfo", encoding="utf-8") as file:
+                return file.read()
+        except FileNotFoundError:
+            return None
+
+    def listing(self):
+        script = "gio trash --list"
+        return subprocess.run(in_session(["sh", "-c", script]), capture_output=True, text=True,
+                              check=True).stdout
+
+    def test_an_item_is_listed_with_its_place_and_put_back_by_an_administrator(self):
+        path = self.place("Notes ö.txt", "content")
+        self.assertEqual(self.trash(path), (GRANTED, 0))
+        self.assertFalse(os.path.exists(path))
+        self.assertIn(f"Path={self.folder}/Notes%20%C3%B6.txt", self.info("Notes ö.txt"))
+        self.assertEqual(os.stat(f"{self.TRASH}/files/Notes ö.txt").st_uid, 0)
+        self.assertIn(f"\t{self.folder}/Notes ", self.listing())  # it spells the rest out
+        # The superuser with the user's Trash: what `pkexec` or `sudo` give an administrator.
+        subprocess.run(["trash-restore", path], input="0\n", text=True, check=True,
+                       stdout=subprocess.DEVNULL,
+                       env={**os.environ, "XDG_DATA_HOME": HOME + "/.local/share"})
+        with open(path, encoding="utf-8") as file:
+            self.assertEqual(file.read(), "content")
+        self.assertIsNone(self.info("Notes ö.txt"))
+
+    def test_files_can_be_emptied_and_folders_with_content_need_an_administrator(self):
+        file = self.place("file")
+        os.makedirs(self.folder + "/folder/full")
+        for path in (file, self.folder + "/folder"):
+            self.assertEqual(self.trash(path), (GRANTED, 0))
+        subprocess.run(in_session(["gio", "trash", "--empty"]), check=False,
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.assertFalse(os.path.lexists(self.TRASH + "/files/file"))
+        self.assertTrue(os.path.isdir(self.TRASH + "/files/folder/full"))
+
+    def test_an_item_that_does_not_come_leaves_no_record(self):
+        self.assertEqual(self.trash(self.folder + "/missing")[0], GRANTED)
+        self.assertIsNone(self.info("missing"))
+        self.assertEqual(self.trash("/Library"), (TOOL_FAILED, EPERM))
+        self.assertIsNone(self.info("Library"))
+
+
+class SystemTrouble(unittest.TestCase):
+    def check_nothing_is_granted(self, statuses):
+        with Client() as client:
+            self.assertIn(client.login(ADMINISTRATOR), statuses)
+            self.assertIn(client.start(), statuses)
+        self.assertEqual(processes("/usr/bin/pkexec") + processes(HELPER), [])
+
+    def test_no_bus(self):
+        self.check_nothing_is_granted((DENIED, INTERNAL))
+
+    def test_no_polkit(self):
+        with Administration(polkit=""):
+            self.check_nothing_is_granted((DENIED, INTERNAL))
+
+    def test_polkit_that_does_not_answer(self):
+        with Administration(polkit="hung"):
+            self.check_nothing_is_granted((DENIED, INTERNAL))
+
+
+if __name__ == "__main__":
+    CLIENT, AGENT = sys.argv[1:3]
+    pwd.getpwnam(ADMINISTRATOR)
+    unittest.main(argv=sys.argv[:1] + sys.argv[3:], verbosity=2)
