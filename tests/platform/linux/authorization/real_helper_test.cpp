@@ -1,3 +1,5 @@
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -137,14 +139,16 @@ TEST_F(RealHelperTest, FollowsNoLinkThatOthersCouldHaveMade) {
 }
 
 TEST_F(RealHelperTest, FollowsTheSuperusersLinks) {
-    testing::inPrivateMounts([this] {
+    // A thread can have mounts of its own, and so has the helper that it starts.
+    std::thread([this] {
+        ASSERT_EQ(::unshare(CLONE_NEWNS), 0);
+        ASSERT_EQ(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0);
         testing::mountVolume("tmpfs", "/mnt", "mode=755");
         disk::create_directories("/mnt/real/folder");
         disk::create_directory_symlink("real", "/mnt/link");
         EXPECT_EQ(run("/bin/rm", {"-Rdf", "/mnt/link/folder"}), "");
         EXPECT_THAT(entries("/mnt/real"), IsEmpty());
-        service_->free(reference_, kAuthorizationDefaults);
-    });
+    }).join();
 }
 
 TEST_F(RealHelperTest, PutsItemsIntoTheTrashSoThatTheyCanBePutBack) {
