@@ -3,9 +3,9 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdlib>
 #include <thread>
-#include <vector>
 
 #include <gmock/gmock.h>
 
@@ -34,9 +34,7 @@ constexpr AuthorizationFlags kWithoutInteraction = 18;
 class LinuxAuthorizationTest : public ::testing::Test {
 protected:
     LinuxAuthorizationTest() { ::unsetenv("PKEXEC_UID"); }
-    ~LinuxAuthorizationTest() override {
-        ::prctl(PR_SET_DUMPABLE, 1, 0, 0, 0);
-    } // for leak checkers
+    void TearDown() override { ::prctl(PR_SET_DUMPABLE, 1, 0, 0, 0); } // for leak checkers
 
     /// What stands in for pkexec; notes its arguments and environment first.
     void setPkexec(const std::string& lines) const {
@@ -190,7 +188,7 @@ TEST_F(LinuxAuthorizationTest, KnowsItsReferences) {
     int other = 0;
     // NOLINTNEXTLINE(*-reinterpret-cast): a reference that nobody made
     const auto madeUp = reinterpret_cast<AuthorizationRef>(&other);
-    for (const AuthorizationRef wrong : {AuthorizationRef{}, freed, madeUp}) {
+    for (auto* const wrong : {AuthorizationRef{}, freed, madeUp}) {
         EXPECT_EQ(ask(wrong), kAuthorizationInvalidRef);
         EXPECT_EQ(askWithCredentials(wrong), kAuthorizationInvalidRef);
         EXPECT_EQ(run(wrong).status, kAuthorizationInvalidRef);
@@ -243,9 +241,9 @@ TEST_F(LinuxAuthorizationTest, LetsRunsWaitWhileTheUserIsAsked) {
 
 TEST_F(LinuxAuthorizationTest, ServesManyThreads) {
     setPkexec("exit 126\n");
-    std::vector<std::thread> threads;
-    for (int count = 0; count < 4; ++count)
-        threads.emplace_back([this] {
+    std::array<std::thread, 4> threads;
+    for (std::thread& thread : threads)
+        thread = std::thread([this] {
             for (int round = 0; round < 10; ++round) {
                 const auto reference = create();
                 EXPECT_EQ(ask(reference), kAuthorizationCanceled);
