@@ -281,7 +281,10 @@ TEST_F(LinuxAuthorizationTest, RunsToolsWithAnInheritedRightWithoutAsking) {
     EXPECT_EQ(run(inherited.reference).status, kAuthorizationSuccess);
     EXPECT_NE(contentOf(scratch_ / "environment").find("PKEXEC_UID=0\n"), std::string::npos);
     EXPECT_EQ(ask(inherited.reference), kAuthorizationSuccess);
+    const auto another = service_->copyPrivilegedReference(kAuthorizationDefaults);
+    EXPECT_EQ(ask(another.reference), kAuthorizationSuccess);
     service_->free(inherited.reference, kAuthorizationDefaults);
+    service_->free(another.reference, kAuthorizationDefaults);
     EXPECT_TRUE(eventually([] { return !hasChildren(); }));
     EXPECT_FALSE(std::filesystem::exists(scratch_ / "asked"));
 }
