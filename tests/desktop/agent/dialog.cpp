@@ -1,0 +1,32 @@
+#include "tests/desktop/agent/dialog.h"
+
+#include <QDialogButtonBox>
+#include <QLabel>
+#include <QVBoxLayout>
+
+namespace quorvane::testing {
+
+Dialog::Dialog(const std::string& message, const std::string& user,
+               const std::function<void(const std::string&)>& answer,
+               const std::function<void()>& cancel)
+    : password_(new QLineEdit) {
+    setWindowTitle("Authentication");
+    setAttribute(Qt::WA_DeleteOnClose);
+    auto* const reason = new QLabel(QString::fromStdString(message));
+    reason->setWordWrap(true);
+    password_->setEchoMode(QLineEdit::Password);
+    password_->setAccessibleName("Password");
+    password_->setPlaceholderText("Password of " + QString::fromStdString(user));
+    auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+    auto* const layout = new QVBoxLayout(this);
+    for (QWidget* const part : {static_cast<QWidget*>(reason), static_cast<QWidget*>(password_),
+                                static_cast<QWidget*>(buttons)})
+        layout->addWidget(part);
+    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    connect(this, &QDialog::accepted, [=, this] { answer(password_->text().toStdString()); });
+    connect(this, &QDialog::rejected, cancel);
+    setMinimumWidth(420);
+}
+
+} // namespace quorvane::testing
