@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <optional>
+#include <utility>
 
 #include "platform/Values.h"
 #include "platform/linux/posix.h"
@@ -24,6 +25,8 @@ public:
 
     SocketChild(SocketChild&&) = default;
     SocketChild& operator=(SocketChild&&) = delete;
+    SocketChild(const SocketChild&) = delete;
+    SocketChild& operator=(const SocketChild&) = delete;
     ~SocketChild();
 
     int socket() const { return socket_.get(); }

@@ -3,10 +3,9 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
-#include <atomic>
+#include <array>
 #include <cstdlib>
 #include <thread>
-#include <vector>
 
 #include <gmock/gmock.h>
 
@@ -35,9 +34,7 @@ constexpr AuthorizationFlags kWithoutInteraction = 18;
 class LinuxAuthorizationTest : public ::testing::Test {
 protected:
     LinuxAuthorizationTest() { ::unsetenv("PKEXEC_UID"); }
-    ~LinuxAuthorizationTest() override {
-        ::prctl(PR_SET_DUMPABLE, 1, 0, 0, 0);
-    } // for leak checkers
+    void TearDown() override { ::prctl(PR_SET_DUMPABLE, 1, 0, 0, 0); } // for leak checkers
 
     /// What stands in for pkexec; notes its arguments and environment first.
     void setPkexec(const std::string& lines) const {
@@ -191,7 +188,7 @@ TEST_F(LinuxAuthorizationTest, KnowsItsReferences) {
     int other = 0;
     // NOLINTNEXTLINE(*-reinterpret-cast): a reference that nobody made
     const auto madeUp = reinterpret_cast<AuthorizationRef>(&other);
-    for (const AuthorizationRef wrong : {AuthorizationRef{}, freed, madeUp}) {
+    for (auto* const wrong : {AuthorizationRef{}, freed, madeUp}) {
         EXPECT_EQ(ask(wrong), kAuthorizationInvalidRef);
         EXPECT_EQ(askWithCredentials(wrong), kAuthorizationInvalidRef);
         EXPECT_EQ(run(wrong).status, kAuthorizationInvalidRef);
@@ -214,23 +211,18 @@ TEST_F(LinuxAuthorizationTest, GivesEveryReferenceARightOfItsOwn) {
 }
 
 TEST_F(LinuxAuthorizationTest, LetsARunFinishThatIsUnderWayWhenItsReferenceIsFreed) {
+    const Path asked = scratch_ / "request";
     const Path sign = scratch_ / "sign";
-    setPkexec(kGrant + "while [ ! -e " + sign + " ]; do sleep 0.01; done\n" + kEndFirst + kStay);
+    setPkexec(kGrant + "head -c 1 >" + asked + "\nwhile [ ! -e " + sign +
+              " ]; do sleep 0.01; done\n" + kEndFirst + kStay);
     const auto reference = create();
     ASSERT_EQ(ask(reference), kAuthorizationSuccess);
-    std::atomic<bool> isUnderWay = false;
-    AuthorizationStatus status = kAuthorizationInternal;
-    std::thread runner([&] {
-        isUnderWay = true;
-        status = run(reference).status;
-    });
-    isUnderWay.wait(false);
-    ASSERT_TRUE(eventually([&] { return isUnderWay.load(); }));
-    std::this_thread::sleep_for(std::chrono::milliseconds(50)); // most likely it waits by now
+    std::thread runner([&] { EXPECT_EQ(run(reference).status, kAuthorizationSuccess); });
+    EXPECT_TRUE(eventually([&] { return !contentOf(asked).empty(); }));
     service_->free(reference, kAuthorizationDefaults);
+    EXPECT_EQ(run(reference).status, kAuthorizationInvalidRef);
     scratch_.addFile("sign");
     runner.join();
-    EXPECT_THAT(status, ::testing::AnyOf(kAuthorizationSuccess, kAuthorizationInvalidRef));
     EXPECT_TRUE(eventually([] { return !hasChildren(); }));
 }
 
@@ -249,9 +241,9 @@ TEST_F(LinuxAuthorizationTest, LetsRunsWaitWhileTheUserIsAsked) {
 
 TEST_F(LinuxAuthorizationTest, ServesManyThreads) {
     setPkexec("exit 126\n");
-    std::vector<std::thread> threads;
-    for (int count = 0; count < 4; ++count)
-        threads.emplace_back([this] {
+    std::array<std::thread, 4> threads;
+    for (std::thread& thread : threads)
+        thread = std::thread([this] {
             for (int round = 0; round < 10; ++round) {
                 const auto reference = create();
                 EXPECT_EQ(ask(reference), kAuthorizationCanceled);
@@ -289,7 +281,10 @@ TEST_F(LinuxAuthorizationTest, RunsToolsWithAnInheritedRightWithoutAsking) {
     EXPECT_EQ(run(inherited.reference).status, kAuthorizationSuccess);
     EXPECT_NE(contentOf(scratch_ / "environment").find("PKEXEC_UID=0\n"), std::string::npos);
     EXPECT_EQ(ask(inherited.reference), kAuthorizationSuccess);
+    const auto another = service_->copyPrivilegedReference(kAuthorizationDefaults);
+    EXPECT_EQ(ask(another.reference), kAuthorizationSuccess);
     service_->free(inherited.reference, kAuthorizationDefaults);
+    service_->free(another.reference, kAuthorizationDefaults);
     EXPECT_TRUE(eventually([] { return !hasChildren(); }));
     EXPECT_FALSE(std::filesystem::exists(scratch_ / "asked"));
 }

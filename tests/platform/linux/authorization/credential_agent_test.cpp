@@ -21,7 +21,7 @@ using testing::eventually;
 
 class CredentialAgentTest : public ::testing::Test {
 protected:
-    ~CredentialAgentTest() override { ::prctl(PR_SET_DUMPABLE, 1, 0, 0, 0); } // for leak checkers
+    void TearDown() override { ::prctl(PR_SET_DUMPABLE, 1, 0, 0, 0); } // for leak checkers
 
     /// An agent that is ready and keeps what it is sent in the file "got".
     Path readyAgent() const {

@@ -1,8 +1,12 @@
 #include "platform/linux/authorization/helper_messages.h"
 
+#include <fcntl.h>
+
 #include <cstring>
 
 #include <gtest/gtest.h>
+
+#include "tests/platform/linux/authorization/fake_helper.h"
 
 namespace quorvane::platform::linux_ {
 namespace {
@@ -40,6 +44,18 @@ TEST(HelperRequest, HasNoTextThatEndsEarly) {
     EXPECT_EQ(errorOf("/bin/rm", {std::string("/a\0b", 4)}), EINVAL);
     EXPECT_EQ(errorOf(std::string("/bin/rm\0", 8), {"/a"}), EINVAL);
     EXPECT_EQ(errorOf("/bin/rm", {std::string("/a\0", 3), "/b"}), EINVAL);
+}
+
+TEST(HelperAnswer, BringsADescriptorThatChildrenDoNotGet) {
+    testing::FakeHelper helper;
+    const Descriptor client = helper.takeClientEnd();
+    const testing::TestPipe pipe;
+    helper.answer(7, helper::AnswerKind::started, 0, {pipe.reading.get()});
+    const auto received = receiveFromHelper(client.get());
+    ASSERT_TRUE(received);
+    EXPECT_EQ(received.value().answer.id, 7U);
+    EXPECT_EQ(received.value().answer.kind, helper::AnswerKind::started);
+    EXPECT_EQ(::fcntl(received.value().output.get(), F_GETFD), FD_CLOEXEC);
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <csignal>
 #include <optional>
 #include <string>
@@ -33,7 +34,7 @@ using testing::openDescriptors;
 
 class SocketChildTest : public ::testing::Test {
 protected:
-    ~SocketChildTest() override { ::prctl(PR_SET_DUMPABLE, 1, 0, 0, 0); } // for leak checkers
+    void TearDown() override { ::prctl(PR_SET_DUMPABLE, 1, 0, 0, 0); } // for leak checkers
 
     Result<SocketChild> start(const std::string& lines) const {
         return SocketChild::start(addScript(scratch_, "child", lines), {"one", "two words"},
@@ -159,10 +160,7 @@ private:
         ignore(::write(attached, &succeeded, 1));
         // Passes on every signal for which the other process stops.
         for (int status = 0; ::waitpid(thread, &status, __WALL) == thread;)
-            if (WIFSTOPPED(status))
-                // NOLINTNEXTLINE(*-int-to-ptr): the call takes the signal's number so
-                ::ptrace(PTRACE_CONT, thread, nullptr,
-                         reinterpret_cast<void*>(static_cast<long>(WSTOPSIG(status))));
+            if (WIFSTOPPED(status)) ::ptrace(PTRACE_CONT, thread, nullptr, WSTOPSIG(status));
         while (true) ::pause();
     }
 
