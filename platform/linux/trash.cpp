@@ -28,6 +28,11 @@ bool areOnOneDevice(int folder, const Path& other) {
     return ::stat(other.c_str(), &status) == 0 && isOnDevice(folder, status.st_dev);
 }
 
+bool isFolder(const Path& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 std::pair<Path, std::string> split(const Path& path) {
     const auto slash = path.rfind('/');
     if (slash == Path::npos) return {".", path};
@@ -83,10 +88,11 @@ Path Trash::announce(const Path& item, const Path& destination) {
     if (!home) return destination;
     const auto files = home->filesPath();
     if (!files) return destination;
-    // The item is moved all the same: without the info it shows in the Trash folder, if not in the
-    // desktop's list.
-    (void)home->record(item, name);
-    return files.value() + "/" + name;
+    const Path place = files.value() + "/" + name;
+    // A folder is never replaced: what is there keeps its info. The item is moved all the same
+    // where there can be none: it shows in the Trash folder then, if not in the desktop's list.
+    if (!isFolder(place)) (void)home->record(item, name);
+    return place;
 }
 
 void Trash::withdraw(const Path& destination) {

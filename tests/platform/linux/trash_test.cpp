@@ -298,6 +298,13 @@ TEST_F(TrashTest, AnAnnouncedItemReplacesAnOlderInfo) {
     EXPECT_EQ(pathLine(infos + "/a.trashinfo"), "Path=" + source + "/a");
 }
 
+TEST_F(TrashTest, AnAnnouncedItemLeavesTheInfoOfAFolderThatCannotBeReplaced) {
+    scratch.addFolder("home/.local/share/Trash/files/a");
+    scratch.addFile("home/.local/share/Trash/info/a.trashinfo", "the folder's");
+    (void)trash.announce(source + "/a", *identity->home + "/.Trash/a");
+    EXPECT_EQ(contentOf(infos + "/a.trashinfo"), "the folder's");
+}
+
 TEST_F(TrashTest, OtherDestinationsAreAnsweredAsTheyAre) {
     EXPECT_EQ(trash.announce(source + "/a", scratch / "b"), scratch / "b");
     EXPECT_EQ(trash.announce(source + "/a", "relative"), "relative");
