@@ -81,8 +81,8 @@ class OutcomeTest(unittest.TestCase):
         self.assert_touched(HOME + "/Documents")
         os.unlink(HOME + "/.profile")
         self.assert_touched(HOME + "/.profile")
-        shutil.rmtree(TRASH + "/files/Encoder Medic.app")
-        self.assert_touched(TRASH + "/files/Encoder Medic.app")
+        shutil.rmtree(TRASH + "/files/Fault Lens.app")
+        self.assert_touched(TRASH + "/files/Fault Lens.app")
 
     def test_newcomers_are_noticed(self):
         material.file("/Library/Logs/left behind.log")

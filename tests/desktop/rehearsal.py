@@ -138,6 +138,9 @@ class Rehearsal:
 
     def _with_the_user(self):
         """The user works the windows; what they chose shows in what is gone."""
+        if self.wanted.rights:
+            print("When it asks for the password of {WORLD_ADMINISTRATOR}, type  "
+                  "{WORLD_ADMINISTRATOR_PASSWORD}".format(**os.environ))
         threading.Thread(target=_let_progress_be_seen, daemon=True).start()
         screen = {name: os.environ[name] for name in ("DISPLAY", "XAUTHORITY", "WAYLAND_DISPLAY")
                   if name in os.environ}

@@ -165,11 +165,12 @@ def _finder_litter():
 
 
 def _earlier_trash():
-    """What the user threw away before, some of it under names that are now needed again."""
-    _bundle(TRASH + "/files/Encoder Medic.app")
+    """What the user threw away before, some of it under names that are now needed again: each by
+    one machine-wide item only, since such an item can be given two names in a second, not three."""
+    _bundle(TRASH + "/files/Fault Lens.app")
     material.file(TRASH + "/files/com.quorvane.FaultLens.plist")
-    material.file(TRASH + "/info/Encoder Medic.app.trashinfo",
-                  b"[Trash Info]\nPath=/Users/anna/old/Encoder%20Medic.app\n"
+    material.file(TRASH + "/info/Fault Lens.app.trashinfo",
+                  b"[Trash Info]\nPath=/Users/anna/old/Fault%20Lens.app\n"
                   b"DeletionDate=2015-03-04T05:06:07\n")
 
 
