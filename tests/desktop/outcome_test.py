@@ -13,10 +13,7 @@ from session import UID
 
 class OutcomeTest(unittest.TestCase):
     def setUp(self):
-        for folder in ("/Applications", "/Library", HOME, "/private/var/db/receipts"):
-            for name in os.listdir(folder):
-                path = f"{folder}/{name}"
-                shutil.rmtree(path) if os.path.isdir(path) else os.unlink(path)
+        sample_installation.clear()
         self.items = {item.path: item for item in sample_installation.install(UID, UID)}
         self.before = world()
 

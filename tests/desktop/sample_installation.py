@@ -1,6 +1,7 @@
 """A full installation of the suite, and around it the belongings of others that must survive."""
 
 import os
+import shutil
 from dataclasses import dataclass
 
 import catalogue
@@ -172,6 +173,18 @@ def _earlier_trash():
     material.file(TRASH + "/info/Fault Lens.app.trashinfo",
                   b"[Trash Info]\nPath=/Users/anna/old/Fault%20Lens.app\n"
                   b"DeletionDate=2015-03-04T05:06:07\n")
+
+
+def clear():
+    """Takes everything away again, from the Trash too."""
+    for folder in ("/Applications", "/Library", HOME, "/private/var/db/receipts"):
+        for name in os.listdir(folder):
+            path = f"{folder}/{name}"
+            shutil.rmtree(path) if _is_folder(path) else os.unlink(path)
+
+
+def _is_folder(path):
+    return os.path.isdir(path) and not os.path.islink(path)
 
 
 def install(user, machine_owner):
