@@ -19,9 +19,9 @@ Dialog::Dialog(const std::string& message, const std::string& user,
     password_->setAccessibleName("Password");
     auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
     auto* const layout = new QVBoxLayout(this);
-    for (QWidget* const part : {static_cast<QWidget*>(reason), static_cast<QWidget*>(password_),
-                                static_cast<QWidget*>(buttons)})
-        layout->addWidget(part);
+    layout->addWidget(reason);
+    layout->addWidget(password_);
+    layout->addWidget(buttons);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     connect(this, &QDialog::accepted, [=, this] { answer(password_->text().toStdString()); });
