@@ -14,10 +14,12 @@ target_compile_options(quorvane_options INTERFACE
 target_include_directories(quorvane_options INTERFACE $<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}>)
 target_link_libraries(quorvane_options INTERFACE Threads::Threads)
 
+# A target whose property QV_UNSANITIZED is set does without.
 if(QV_SANITIZE)
+  set(sanitized "$<NOT:$<BOOL:$<TARGET_PROPERTY:QV_UNSANITIZED>>>")
   target_compile_options(quorvane_options INTERFACE
-    -fsanitize=${QV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
-  target_link_options(quorvane_options INTERFACE -fsanitize=${QV_SANITIZE})
+    "$<${sanitized}:-fsanitize=${QV_SANITIZE};-fno-sanitize-recover=all;-fno-omit-frame-pointer>")
+  target_link_options(quorvane_options INTERFACE "$<${sanitized}:-fsanitize=${QV_SANITIZE}>")
 endif()
 
 # The programs that run beside those of users: the helper with administrator rights, and the agent

@@ -18,7 +18,7 @@ class Hand:
     def __init__(self, plan):
         self.plan = plan
         self.deadline = time.monotonic() + plan["patience"]
-        self.program = subprocess.Popen([plan["program"]])
+        self.program = subprocess.Popen(plan["command"])
 
     def _wait(self, what, question):
         while time.monotonic() < self.deadline:
@@ -33,19 +33,20 @@ class Hand:
             time.sleep(0.02)
         raise SystemExit(f"no {what} in time")
 
-    def _windows(self):
+    def _windows(self, own):
         for application in pyatspi.Registry.getDesktop(0):
-            if application and application.get_process_id() == self.program.pid:
+            if application and own == (application.get_process_id() == self.program.pid):
                 yield from (window for window in application if window and _shows(window))
 
-    def window(self, what, having):
-        """The window that shows and holds a part for which `having` is true."""
+    def window(self, what, having, own=True):
+        """The window that shows and holds a part for which `having` is true: one of the program's
+        own, or one of others."""
         return self._wait(what, lambda: next(
-            (window for window in self._windows() if any(map(having, parts(window)))), None))
+            (window for window in self._windows(own) if any(map(having, parts(window)))), None))
 
-    def gone(self, what, having):
+    def gone(self, what, having, own=True):
         self._wait(f"end of {what}", lambda: not any(
-            any(map(having, parts(window))) for window in self._windows()))
+            any(map(having, parts(window))) for window in self._windows(own)))
 
     def press(self, window, name):
         for part in parts(window):
@@ -86,6 +87,8 @@ class Hand:
         else:
             self.press(main, "Uninstall")
             self._see_progress()
+            if self.plan["password"]:
+                self._give_password()
             self._see_alert(saw)
         saw["status"] = self.program.wait(self.plan["patience"])
         return saw
@@ -99,6 +102,16 @@ class Hand:
         # The program is held at its first step until it has been seen to be busy.
         with open(self.plan["release"], "x", encoding="ascii"):
             pass
+
+    def _give_password(self):
+        dialog = self.window("question for the password", is_password, own=False)
+        if dialog.name != "Authentication":
+            raise SystemExit(f"a window {dialog.name!r} asks for a password")
+        entry = next(filter(is_password, parts(dialog)))
+        entry.queryEditableText().setTextContents(self.plan["password"])
+        self.picture(dialog, "password")
+        self.press(dialog, "OK")
+        self.gone("question for the password", is_password, own=False)
 
     def _see_alert(self, saw):
         text = "Items have been placed in your Trash."
@@ -137,6 +150,10 @@ def parts(window):
 
 def is_button(name):
     return lambda part: part.getRole() in BUTTONS and part.name == name
+
+
+def is_password(part):
+    return part.getRole() == pyatspi.ROLE_PASSWORD_TEXT and part.name == "Password"
 
 
 def is_progress_bar(part):

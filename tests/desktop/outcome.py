@@ -29,9 +29,10 @@ def chosen_options(items):
 
 
 class Outcome:
-    """The world before and after one run. `options` is None for a run that was cancelled."""
+    """The world before and after one run. `options` is None for a run that was cancelled; `rights`
+    tells whether the machine-wide items could be moved, "partly" if some of them."""
 
-    def __init__(self, items, before, options, rights=True):
+    def __init__(self, items, before, options, rights="yes"):
         self.items, self.before, self.options, self.rights = items, before, options, rights
         self.state = {}
         self.problems, self.touched = [], []
@@ -47,7 +48,10 @@ class Outcome:
         for option in ("config", "shared"):
             if option in item.needs and option not in self.options:
                 return NOT_CHOSEN[option]
-        return NO_RIGHTS if item.machine_wide and not self.rights else ""
+        if not item.machine_wide or self.rights == "yes":
+            return ""
+        refused = self.rights == "no" or self.state.get(item) == "kept"
+        return NO_RIGHTS if refused else ""
 
     def _find_items(self):
         try:

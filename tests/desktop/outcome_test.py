@@ -13,10 +13,7 @@ from session import UID
 
 class OutcomeTest(unittest.TestCase):
     def setUp(self):
-        for folder in ("/Applications", "/Library", HOME, "/private/var/db/receipts"):
-            for name in os.listdir(folder):
-                path = f"{folder}/{name}"
-                shutil.rmtree(path) if os.path.isdir(path) else os.unlink(path)
+        sample_installation.clear()
         self.items = {item.path: item for item in sample_installation.install(UID, UID)}
         self.before = world()
 
@@ -81,8 +78,8 @@ class OutcomeTest(unittest.TestCase):
         self.assert_touched(HOME + "/Documents")
         os.unlink(HOME + "/.profile")
         self.assert_touched(HOME + "/.profile")
-        shutil.rmtree(TRASH + "/files/Encoder Medic.app")
-        self.assert_touched(TRASH + "/files/Encoder Medic.app")
+        shutil.rmtree(TRASH + "/files/Fault Lens.app")
+        self.assert_touched(TRASH + "/files/Fault Lens.app")
 
     def test_newcomers_are_noticed(self):
         material.file("/Library/Logs/left behind.log")

@@ -11,10 +11,13 @@ import subprocess
 import sys
 import threading
 import time
+from contextlib import nullcontext
 
+import asking
 import catalogue
 import restoring
 import sample_installation
+from administration import Administration
 from outcome import Outcome, chosen_options, world
 from running_tools import RunningTools
 from session import NOTES, UID, VirtualDisplay, in_session
@@ -33,7 +36,12 @@ def arguments():
                         help="tick the option for preference files")
     parser.add_argument("--cancel", action="store_true", help="press Cancel instead")
     parser.add_argument("--root-owned", action="store_true",
-                        help="the machine-wide half belongs to the superuser")
+                        help="the machine-wide half belongs to the superuser, and nobody asks for "
+                        "an administrator")
+    parser.add_argument("--rights", default="", metavar="AGENT",
+                        help="the machine-wide half belongs to the superuser, and this desktop "
+                        "agent asks for an administrator")
+    parser.add_argument("--refuse", action="store_true", help="who then always presses Cancel")
     parser.add_argument("--again", action="store_true", help="uninstall a second time")
     parser.add_argument("--restore", action="store_true",
                         help="put everything back from the Trash with the desktop's own tools")
@@ -47,18 +55,22 @@ class Rehearsal:
         self.wanted = wanted
         self.options = {name for name in ("shared", "config") if getattr(wanted, name)}
         self.problems = []
-        self.rights = not wanted.root_owned
-        machine_owner = UID if self.rights else 0
+        machine_owner = 0 if wanted.root_owned or wanted.rights else UID
         self.items = sample_installation.install(UID, machine_owner)
         os.makedirs(NOTES, exist_ok=True)
         os.chmod(NOTES, 0o777)
+        self.command = [wanted.program]
+        if wanted.rights:
+            refusal = ["--cancel"] if wanted.refuse else []
+            self.command = asking.asked(wanted.rights, wanted.program, *refusal)
 
     def run(self):
         tools = RunningTools()
         try:
             before = world()
-            options = self._headless() if self.wanted.headless else self._with_the_user()
-            outcome = Outcome(self.items, before, options, self.rights)
+            with Administration() if self.wanted.rights else nullcontext():
+                options = self._headless() if self.wanted.headless else self._with_the_user()
+            outcome = Outcome(self.items, before, options, self._rights())
             self.problems += tools.problems(asked_to_quit=options is not None)
             if options is not None:
                 self._check_names_asked_to_quit()
@@ -69,8 +81,24 @@ class Rehearsal:
         outcome.print()
         for problem in self.problems:
             print("WRONG  " + problem)
-        print(outcome.last_line())
+        print(outcome.last_line() + self._told_of_rights(outcome))
         return outcome.holds() and not self.problems
+
+    def _rights(self):
+        """Whether the machine-wide half could be moved: "yes", "no", or "partly" if the user said
+        one thing and then the other."""
+        if not self.wanted.rights:
+            return "no" if self.wanted.root_owned else "yes"
+        answers = set(asking.answers())
+        return "partly" if len(answers) > 1 else "yes" if answers == {"granted"} else "no"
+
+    def _told_of_rights(self, outcome):
+        if not self.wanted.rights:
+            return ""
+        granted = asking.answers().count("granted")
+        moved = sum(1 for item, state in outcome.state.items()
+                    if item.machine_wide and state == "trashed")
+        return f", {moved} moved with administrator rights, authentications: {granted}"
 
     def _headless(self):
         with VirtualDisplay() as display:
@@ -81,13 +109,15 @@ class Rehearsal:
 
     def _work(self, display, cancel=False):
         pictures = NOTES if self.wanted.pictures else ""
-        saw = display.work(self.wanted.program, self.options, cancel, pictures)
+        asks = self.wanted.rights and not self.wanted.refuse and not asking.answers()
+        password = os.environ["WORLD_ADMINISTRATOR_PASSWORD"] if asks else ""
+        saw = display.work(self.command, self.options, cancel, password, pictures)
         if saw["status"] != 0:
             self.problems.append(f"the program's exit status is {saw['status']}")
         print(f"peak memory: {saw['memory'] / 1024:.1f} MiB")
         if self.wanted.memory and saw["memory"] > self.wanted.memory * 1024:
             self.problems.append(f"that is more than {self.wanted.memory} MiB")
-        for name in ("main", "progress", "alert"):
+        for name in ("main", "progress", "password", "alert"):
             picture = f"{NOTES}/{name}.png"
             if os.path.exists(picture):
                 self._hand_out(picture)
@@ -108,11 +138,14 @@ class Rehearsal:
 
     def _with_the_user(self):
         """The user works the windows; what they chose shows in what is gone."""
+        if self.wanted.rights:
+            print("When it asks for the password of {WORLD_ADMINISTRATOR}, type  "
+                  "{WORLD_ADMINISTRATOR_PASSWORD}".format(**os.environ))
         threading.Thread(target=_let_progress_be_seen, daemon=True).start()
         screen = {name: os.environ[name] for name in ("DISPLAY", "XAUTHORITY", "WAYLAND_DISPLAY")
                   if name in os.environ}
         with open(NOTES + "/session.log", "w", encoding="utf-8") as log:
-            status = subprocess.run(in_session([self.wanted.program], **screen), check=False,
+            status = subprocess.run(in_session(self.command, **screen), check=False,
                                     stdout=log, stderr=log).returncode
         if status != 0:
             self.problems.append(f"the program's exit status is {status}")
@@ -138,7 +171,7 @@ def main():
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))
     sys.stdout.reconfigure(line_buffering=True)
     wanted = arguments()
-    if wanted.root_owned and os.geteuid() != 0:
+    if (wanted.root_owned or wanted.rights) and "WORLD_ADMINISTRATOR" not in os.environ:
         print("skipped: this world has no superuser")
         return SKIPPED
     try:

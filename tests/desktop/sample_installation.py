@@ -1,6 +1,7 @@
 """A full installation of the suite, and around it the belongings of others that must survive."""
 
 import os
+import shutil
 from dataclasses import dataclass
 
 import catalogue
@@ -165,12 +166,25 @@ def _finder_litter():
 
 
 def _earlier_trash():
-    """What the user threw away before, some of it under names that are now needed again."""
-    _bundle(TRASH + "/files/Encoder Medic.app")
+    """What the user threw away before, some of it under names that are now needed again: each by
+    one machine-wide item only, since such an item can be given two names in a second, not three."""
+    _bundle(TRASH + "/files/Fault Lens.app")
     material.file(TRASH + "/files/com.quorvane.FaultLens.plist")
-    material.file(TRASH + "/info/Encoder Medic.app.trashinfo",
-                  b"[Trash Info]\nPath=/Users/anna/old/Encoder%20Medic.app\n"
+    material.file(TRASH + "/info/Fault Lens.app.trashinfo",
+                  b"[Trash Info]\nPath=/Users/anna/old/Fault%20Lens.app\n"
                   b"DeletionDate=2015-03-04T05:06:07\n")
+
+
+def clear():
+    """Takes everything away again, from the Trash too."""
+    for folder in ("/Applications", "/Library", HOME, "/private/var/db/receipts"):
+        for name in os.listdir(folder):
+            path = f"{folder}/{name}"
+            shutil.rmtree(path) if _is_folder(path) else os.unlink(path)
+
+
+def _is_folder(path):
+    return os.path.isdir(path) and not os.path.islink(path)
 
 
 def install(user, machine_owner):

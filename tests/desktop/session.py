@@ -50,14 +50,15 @@ class VirtualDisplay:
         self.server.terminate()
         self.server.wait()
 
-    def work(self, program, options, cancel=False, pictures="", patience=60):
-        """Has the program worked by the hand; answers what the hand saw."""
+    def work(self, command, options, cancel=False, password="", pictures="", patience=60):
+        """Has the program worked by the hand, which gives the password if it has one; answers what
+        the hand saw."""
         release = NOTES + "/release"
         if os.path.exists(release):
             os.unlink(release)
-        plan = {"program": program, "options": sorted(options), "cancel": cancel,
-                "pictures": pictures, "patience": patience, "release": release,
-                "report": NOTES + "/report"}
+        plan = {"command": command, "options": sorted(options), "cancel": cancel,
+                "password": password, "pictures": pictures, "patience": patience,
+                "release": release, "report": NOTES + "/report"}
         with open(NOTES + "/session.log", "w+", encoding="utf-8", errors="replace") as log:
             run = subprocess.run(
                 in_session(["/usr/bin/python3", HERE + "/hand.py", json.dumps(plan)],

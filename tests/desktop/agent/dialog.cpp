@@ -12,16 +12,16 @@ Dialog::Dialog(const std::string& message, const std::string& user,
     : password_(new QLineEdit) {
     setWindowTitle("Authentication");
     setAttribute(Qt::WA_DeleteOnClose);
-    auto* const reason = new QLabel(QString::fromStdString(message));
+    const QString text = QString::fromStdString(message) + "\n\nPassword of %1:";
+    auto* const reason = new QLabel(text.arg(QString::fromStdString(user)));
     reason->setWordWrap(true);
     password_->setEchoMode(QLineEdit::Password);
     password_->setAccessibleName("Password");
-    password_->setPlaceholderText("Password of " + QString::fromStdString(user));
     auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
     auto* const layout = new QVBoxLayout(this);
-    for (QWidget* const part : {static_cast<QWidget*>(reason), static_cast<QWidget*>(password_),
-                                static_cast<QWidget*>(buttons)})
-        layout->addWidget(part);
+    layout->addWidget(reason);
+    layout->addWidget(password_);
+    layout->addWidget(buttons);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     connect(this, &QDialog::accepted, [=, this] { answer(password_->text().toStdString()); });
