@@ -83,6 +83,7 @@ private:
                                      const Arguments& arguments, const Environment& environment);
     AuthorizationStatus startInherited(OpaqueAuthorization& authorization);
     AuthorizationStatus startWithPolkit(OpaqueAuthorization& authorization);
+    AuthorizationStatus startWithDialog(OpaqueAuthorization& authorization);
     AuthorizationStatus startWithCredentials(OpaqueAuthorization& authorization,
                                              const AuthorizationItems& environment);
 
@@ -102,7 +103,7 @@ AuthorizationStatus LinuxAuthorization::copyRights(AuthorizationRef reference,
     const std::lock_guard lock(held->mutex);
     if (held->session) return kAuthorizationSuccess;
     if (held->isInherited) return startInherited(*held);
-    if ((flags & kAuthorizationInteractionAllowed) != 0) return startWithPolkit(*held);
+    if ((flags & kAuthorizationInteractionAllowed) != 0) return startWithDialog(*held);
     return startWithCredentials(*held, environment);
 }
 
@@ -174,6 +175,11 @@ AuthorizationStatus LinuxAuthorization::startInherited(OpaqueAuthorization& auth
 AuthorizationStatus LinuxAuthorization::startWithPolkit(OpaqueAuthorization& authorization) {
     return startSession(authorization, programs_.pkexec,
                         {"--disable-internal-agent", programs_.helper}, {{"PATH", kTrustedPath}});
+}
+
+AuthorizationStatus LinuxAuthorization::startWithDialog(OpaqueAuthorization& authorization) {
+    return polkitAnswers(programs_.passwordAgent) ? startWithPolkit(authorization)
+                                                  : kAuthorizationDenied;
 }
 
 AuthorizationStatus

@@ -32,6 +32,16 @@ bool becomesReady(int socket, std::chrono::milliseconds patience) {
     return ::recv(socket, &word, 1, MSG_DONTWAIT) == 1 && word == kReady;
 }
 
+/// The agent program, ready; null, and gone, if it does not get that far.
+std::optional<SocketChild> readyAgent(const Path& program, const Arguments& arguments,
+                                      std::chrono::milliseconds patience) {
+    auto child = SocketChild::start(program, arguments, agentEnvironment());
+    if (!child) return std::nullopt;
+    if (becomesReady(child.value().socket(), patience)) return std::move(child.value());
+    child.value().kill();
+    return std::nullopt;
+}
+
 /// The credentials as the agent takes them, in memory that is wiped.
 class Message {
 public:
@@ -61,16 +71,19 @@ private:
 
 } // namespace
 
+bool polkitAnswers(const Path& program, std::chrono::milliseconds patience) {
+    return readyAgent(program, {"--ping"}, patience).has_value();
+}
+
 CredentialAgent::Start CredentialAgent::start(const Path& program, const std::string& user,
                                               const std::string& password,
                                               std::chrono::milliseconds patience) {
     if (!isCredential(user) || !isCredential(password)) return {kAuthorizationDenied, {}};
-    auto child = SocketChild::start(program, {}, agentEnvironment());
-    if (!child) return {kAuthorizationInternal, {}};
-    const int socket = child.value().socket();
-    if (becomesReady(socket, patience) && Message(user, password).send(socket))
-        return {kAuthorizationSuccess, CredentialAgent(std::move(child.value()))};
-    child.value().kill();
+    auto agent = readyAgent(program, {}, patience);
+    if (!agent) return {kAuthorizationInternal, {}};
+    if (Message(user, password).send(agent->socket()))
+        return {kAuthorizationSuccess, CredentialAgent(std::move(*agent))};
+    agent->kill();
     return {kAuthorizationInternal, {}};
 }
 

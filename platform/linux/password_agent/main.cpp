@@ -5,11 +5,15 @@
 // Descriptor 0 is one end of a SOCK_SEQPACKET socket pair. The agent sends "R" once polkit will ask
 // it; then it takes one message, the user's name and the password, each ended by a NUL byte. It
 // answers one authentication, for the privileged helper only, and ends at the other end's close.
+//
+// With --ping it only sends "R" if polkit answers, and ends: asking through a polkit that hangs
+// would take for ever.
 #include <algorithm>
 #include <cstring>
 #include <optional>
 
 #include <fcntl.h>
+#include <gio/gio.h>
 #include <glib-unix.h>
 #include <pwd.h>
 #include <sys/prctl.h>
@@ -140,10 +144,29 @@ private:
     PasswordListener listener_;
 };
 
+bool polkitAnswers() {
+    GDBusConnection* const bus = g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr);
+    if (!bus) return false;
+    GVariant* const answer = g_dbus_connection_call_sync(
+        bus, "org.freedesktop.PolicyKit1", "/org/freedesktop/PolicyKit1/Authority",
+        "org.freedesktop.DBus.Peer", "Ping", nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE,
+        kPatience * 1000, nullptr, nullptr);
+    const bool answers = answer != nullptr;
+    if (answer) g_variant_unref(answer);
+    g_object_unref(bus);
+    return answers;
+}
+
+int ping() {
+    limitTime();
+    return polkitAnswers() && send(STDIN_FILENO, "R", 1, MSG_NOSIGNAL) == 1 ? 0 : 1;
+}
+
 } // namespace
 
-int main() {
+int main(int count, char** arguments) {
     // No process of the same user may look into this one or take its socket.
     prctl(PR_SET_DUMPABLE, 0);
+    if (count > 1) return std::strcmp(arguments[1], "--ping") == 0 ? ping() : 1;
     return Agent().run();
 }

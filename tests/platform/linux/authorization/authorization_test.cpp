@@ -33,7 +33,10 @@ constexpr AuthorizationFlags kWithoutInteraction = 18;
 
 class LinuxAuthorizationTest : public ::testing::Test {
 protected:
-    LinuxAuthorizationTest() { ::unsetenv("PKEXEC_UID"); }
+    LinuxAuthorizationTest() {
+        ::unsetenv("PKEXEC_UID");
+        setAgent("printf R >&0\n" + kStay);
+    }
     void TearDown() override { ::prctl(PR_SET_DUMPABLE, 1, 0, 0, 0); } // for leak checkers
 
     /// What stands in for pkexec; notes its arguments and environment first.
@@ -70,6 +73,13 @@ protected:
 /// Says that the tool with the first number has ended.
 const std::string kEndFirst = "printf '\\1\\0\\0\\0\\2\\0\\0\\0\\0\\0\\0\\0' >&0\n";
 const std::string kAgentReady = "printf R >&0\n";
+
+TEST_F(LinuxAuthorizationTest, AsksNobodyWherePolkitDoesNotAnswer) {
+    setPkexec(kGrant + kStay);
+    setAgent("exit 1\n");
+    EXPECT_EQ(ask(create()), kAuthorizationDenied);
+    EXPECT_EQ(contentOf(scratch_ / "asked"), "");
+}
 
 TEST_F(LinuxAuthorizationTest, AsksOnceAndRunsToolsThen) {
     setPkexec(kGrant + kEndFirst + kStay);
@@ -167,6 +177,7 @@ TEST_F(LinuxAuthorizationTest, CallsWrongCredentialsDenied) {
 }
 
 TEST_F(LinuxAuthorizationTest, SaysWhenTheAgentIsOfNoUse) {
+    std::filesystem::remove(scratch_ / "agent");
     setPkexec(kGrant + kStay);
     EXPECT_EQ(askWithCredentials(create()), kAuthorizationInternal);
     setAgent("exit 1\n");

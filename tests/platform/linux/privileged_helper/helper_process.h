@@ -38,8 +38,8 @@ public:
     std::optional<Reply> receive() const;
     /// Sends a request and answers what comes back, which must bear its number.
     Reply ask(const std::vector<std::string>& texts);
-    /// The same for a request that must be carried out at once: its exit status, or -1 if it is
-    /// not.
+    /// The same, and waits for the tool's end: its exit status, or 0 where it took too long for the
+    /// helper to wait for it, or -1 if the request was refused.
     int run(const std::vector<std::string>& texts);
     /// The same for a request that must be refused: its error number, or 0 if it is not.
     int refusal(const std::vector<std::string>& texts);
