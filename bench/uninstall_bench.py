@@ -22,16 +22,16 @@ LONGEST_NAME = 240
 FOLDERS = ("/Applications", "/Library", "/private", sample_installation.HOME)
 
 
-def set_up(extra, generation):
+def set_up(extra, generation, machine_owner=UID):
     """A fresh installation with this many further entries in the two support folders; answers the
-    paths of everything to be moved."""
+    paths of everything to be moved. What is there for all users is the machine owner's."""
     for folder in FOLDERS:
         os.makedirs(f"/used/{generation}", exist_ok=True)
         os.rename(folder, f"/used/{generation}/{os.path.basename(folder)}")
         os.mkdir(folder)
     os.makedirs("/private/var/db/receipts")
     paths = []
-    for item in sample_installation.install(UID, UID):
+    for item in sample_installation.install(UID, machine_owner):
         if len(os.fsencode(os.path.basename(item.path))) > LONGEST_NAME:
             os.unlink(item.path)
         else:
