@@ -3,6 +3,7 @@
 #include "kit/tasks/QVTaskEx.h"
 
 #include "kit/log/QVLog.h"
+#include "kit/tasks/messages.h"
 #include "platform/FileManager.h"
 #include "platform/Services.h"
 #include "platform/Workspace.h"
@@ -14,8 +15,6 @@ using platform::LaunchDescription;
 using platform::Pipe;
 using platform::Process;
 using platform::StandardStream;
-
-constexpr const char* kExceptionMessage = "Exception running task %@: %@";
 
 platform::Processes& processes() { return *platform::services().processes; }
 
@@ -115,7 +114,7 @@ bool QVTaskEx::runTask(const MaybePath& tool, const Arguments& arguments, TaskSl
         process->waitUntilExit();
         return true;
     } catch (const platform::Exception& exception) {
-        QVLog::appendLog(kExceptionMessage, tool, exception.reason());
+        QVLog::appendLog(kTaskExceptionMessage, tool, exception.reason());
         return false;
     }
 }
@@ -125,7 +124,7 @@ void QVTaskEx::runTaskAndReturn(const MaybePath& tool, const Arguments& argument
     try {
         makeProcess(nullptr)->launch(discardingOutput(tool, arguments));
     } catch (const platform::Exception& exception) {
-        QVLog::appendLogAndPrint(kExceptionMessage, tool, exception.reason());
+        QVLog::appendLogAndPrint(kTaskExceptionMessage, tool, exception.reason());
     }
 }
 
@@ -138,7 +137,7 @@ std::optional<Bytes> QVTaskEx::dataFromTask(const MaybePath& tool, const Argumen
         return captureRun(*tool, arguments, task, environment, logOutput == LogOutput::yes,
                           logError == LogError::yes);
     } catch (const platform::Exception& exception) {
-        QVLog::appendLogAndPrint(kExceptionMessage, tool, exception.reason());
+        QVLog::appendLogAndPrint(kTaskExceptionMessage, tool, exception.reason());
         return std::nullopt;
     }
 }
