@@ -60,11 +60,7 @@ public:
     const std::shared_ptr<Pipe>& pipe() const { return pipe_; }
 
     /// Appends what is there to read; false at the end of the stream.
-    bool appendTo(Bytes& buffer) {
-        const Bytes chunk = pipe_->availableData();
-        buffer += chunk;
-        return !chunk.empty();
-    }
+    bool appendTo(Bytes& buffer) { return pipe_->appendAvailableData(buffer); }
 
 private:
     std::shared_ptr<Pipe> pipe_;

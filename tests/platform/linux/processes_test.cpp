@@ -4,6 +4,7 @@
 #include <atomic>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -281,6 +282,45 @@ TEST_F(LinuxProcessesTest, ReadsOnAfterASignal) {
     input.reset();
     reader.join();
     EXPECT_EQ(text, "got\n");
+    process->waitUntilExit();
+}
+
+/// Whether a thread of this process sleeps in the kernel.
+bool isAsleep(pid_t thread) {
+    std::ifstream stat("/proc/self/task/" + std::to_string(thread) + "/stat");
+    std::string text;
+    std::getline(stat, text);
+    const std::size_t name = text.rfind(") ");
+    return name != std::string::npos && text.at(name + 2) == 'S';
+}
+
+TEST_F(LinuxProcessesTest, ClosingTheReadingEndEndsAReadThatWaits) {
+    const auto output = processes_->makePipe(); // whose writing end stays open
+    std::atomic<pid_t> thread = 0;
+    std::string read = "nothing yet";
+    std::thread reader([&] {
+        thread = ::gettid();
+        read = output->availableData();
+    });
+    EXPECT_TRUE(eventually([&] { return thread != 0 && isAsleep(thread); }));
+    output->closeReading();
+    reader.join();
+    EXPECT_EQ(read, "");
+}
+
+TEST_F(LinuxProcessesTest, HoldsNoMoreErrorTextThanASmallPipeBeforeItIsRead) {
+    auto described =
+        description("/bin/sh", {"-c", "head -c 1000000 /dev/zero; head -c 100000 /dev/zero >&2"});
+    const auto output = processes_->makePipe();
+    const auto error = processes_->makePipe();
+    described.output = StandardStream::to(output);
+    described.error = StandardStream::to(error);
+    const auto process = launch(described);
+    std::string text;
+    while (text.size() < 1000000) text += output->availableData();
+    std::this_thread::sleep_for(50ms);
+    EXPECT_TRUE(process->isRunning()); // it waits until someone reads
+    EXPECT_EQ(readToEnd(*error).size(), 100000U);
     process->waitUntilExit();
 }
 
