@@ -2,6 +2,8 @@
 
 #include "kit/tasks/QVTaskEx.h"
 
+#include <utility>
+
 #include "kit/log/QVLog.h"
 #include "kit/tasks/messages.h"
 #include "platform/FileManager.h"
@@ -86,7 +88,7 @@ Bytes captureRun(const Path& tool, const Arguments& arguments, TaskSlot* task,
     // the run with it, until a time-out ends the tool.
     while ((logOutput && outputEnd.appendTo(output)) || (logError && errorEnd.appendTo(error))) {
     }
-    return output.empty() ? error : output;
+    return output.empty() ? std::move(error) : std::move(output);
 }
 
 } // namespace
