@@ -1,7 +1,7 @@
 // Running tools through QVTaskEx, against other ways of doing so: /bin/true from start to end, and
 // 64 MiB of captured output; from a small program and from one that holds 2 GiB, where a fork would
-// copy the page tables. Runs alternate between the ways, so that a busy machine slows all of them
-// alike; figures are medians.
+// copy the page tables. Runs alternate between ours and a peer's, so that a busy machine slows
+// both alike; figures are those of each way's faster quarter, which other programs disturb least.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -51,59 +51,61 @@ int produce() {
     return 0;
 }
 
+/// Of a run after one of the same kind: what a fork leaves to be copied later is the forker's cost.
 double seconds(const std::function<void()>& work) {
+    work();
     const auto start = std::chrono::steady_clock::now();
     work();
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-double median(std::vector<double>& values) {
-    std::ranges::sort(values);
-    return values[values.size() / 2];
+/// The time that a quarter of the runs stayed below.
+double lowerQuartile(std::vector<double>& times) {
+    std::ranges::sort(times);
+    return times[times.size() / 4];
+}
+
+struct Times {
+    double our;
+    double their;
+};
+
+/// In pairs: what one way leaves behind in the machine disturbs no third.
+Times alternate(const std::function<void()>& ours, const std::function<void()>& theirs,
+                int rounds) {
+    std::vector<double> our;
+    std::vector<double> their;
+    for (int round = 0; round < rounds; ++round) {
+        our.push_back(seconds(ours));
+        their.push_back(seconds(theirs));
+    }
+    return {lowerQuartile(our), lowerQuartile(their)};
 }
 
 void measureLaunches(const char* parent, int rounds) {
-    const auto& peers = launchPeers();
-    std::vector<double> ours;
-    std::vector<std::vector<double>> theirs(peers.size());
-    for (int round = 0; round < rounds; ++round) {
-        ours.push_back(seconds([] { launchWithKit(kTrue); }));
-        for (std::size_t peer = 0; peer < peers.size(); ++peer)
-            theirs[peer].push_back(seconds([&] { peers[peer].launch(kTrue); }));
-    }
-    const double our = median(ours) * 1e6;
-    for (std::size_t peer = 0; peer < peers.size(); ++peer) {
-        const double their = median(theirs[peer]) * 1e6;
+    for (const LaunchPeer& peer : launchPeers()) {
+        const Times times =
+            alternate([] { launchWithKit(kTrue); }, [&] { peer.launch(kTrue); }, rounds);
         std::printf("figure launch-%s-parent-vs-%s: ours %.0f us, peer %s %.0f us, ratio %.2f "
                     "(aim <= %.2f)\n",
-                    parent, peers[peer].name, our, peers[peer].name, their, our / their,
-                    peers[peer].aim);
+                    parent, peer.name, times.our * 1e6, peer.name, times.their * 1e6,
+                    times.our / times.their, peer.aim);
     }
 }
 
-double capturedPerSecond(Capture capture, const std::string& self) {
-    std::size_t size = 0;
-    const double taken = seconds([&] { size = capture(self, {kProduce}); });
-    if (size != kOutput) throw std::runtime_error("Output was lost.");
-    return static_cast<double>(kOutput) / taken / 1e9;
+void captureAll(Capture capture, const std::string& self) {
+    if (capture(self, {kProduce}) != kOutput) throw std::runtime_error("Output was lost.");
 }
 
 void measureCaptures(const char* parent, const std::string& self, int rounds) {
-    const auto& peers = capturePeers();
-    std::vector<double> ours;
-    std::vector<std::vector<double>> theirs(peers.size());
-    for (int round = 0; round < rounds; ++round) {
-        ours.push_back(capturedPerSecond(captureWithKit, self));
-        for (std::size_t peer = 0; peer < peers.size(); ++peer)
-            theirs[peer].push_back(capturedPerSecond(peers[peer].capture, self));
-    }
-    const double our = median(ours);
-    for (std::size_t peer = 0; peer < peers.size(); ++peer) {
-        const double their = median(theirs[peer]);
+    const double gigabytes = static_cast<double>(kOutput) / 1e9;
+    for (const CapturePeer& peer : capturePeers()) {
+        const Times times = alternate([&] { captureAll(captureWithKit, self); },
+                                      [&] { captureAll(peer.capture, self); }, rounds);
         std::printf("figure capture-%s-parent-vs-%s: ours %.2f GB/s, peer %s %.2f GB/s, ratio %.2f "
                     "(aim >= %.1f)\n",
-                    parent, peers[peer].name, our, peers[peer].name, their, our / their,
-                    peers[peer].aim);
+                    parent, peer.name, gigabytes / times.our, peer.name, gigabytes / times.their,
+                    times.their / times.our, peer.aim);
     }
 }
 
@@ -122,8 +124,8 @@ int main(int argc, char** argv) {
     const std::string self = QCoreApplication::applicationFilePath().toStdString();
 
     measureLaunches("small", rounds * 8);
-    measureCaptures("small", self, rounds);
+    measureCaptures("small", self, rounds / 2 + 1);
     const std::vector<char> held(kLargeParent, 'x');
-    measureLaunches("large", rounds);
+    measureLaunches("large", rounds * 2);
     measureCaptures("large", self, rounds / 2 + 1);
 }
