@@ -12,9 +12,9 @@ namespace quorvane::platform {
 class Pipe {
 public:
     virtual ~Pipe() = default;
-    /// Appends whatever is there to read to the buffer; blocks until something is. False at the end,
-    /// when all writing ends or the reading end are closed. The buffer may be given ample room for
-    /// more. One thread. Throws Exception on a read error.
+    /// Appends whatever is there to read to the buffer; blocks until something is. False at the
+    /// end, when all writing ends or the reading end are closed. The buffer may be given ample room
+    /// for more. One thread. Throws Exception on a read error.
     virtual bool appendAvailableData(Bytes& buffer) = 0;
     /// The same by itself; empty at the end.
     Bytes availableData() {

@@ -45,7 +45,8 @@ using TaskOperation =
     std::function<void(const Bytes& data, QVTaskEx& runner, const std::any& object)>;
 
 /// Receives the output of asynchronous runs. An operation left empty is one that the delegate does
-/// not answer to. One with several operations derives from it.
+/// not answer to. One with several operations derives from it and casts their selectors to
+/// TaskSelector.
 struct TaskDelegate {
     TaskOperation receiveData;
 };
