@@ -9,10 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-extern "C" { // which the header forgets in glibc 2.36
-#include <sys/pidfd.h>
-}
-
+#include "platform/linux/pidfd.h"
 #include "platform/linux/pipe.h"
 #include "platform/linux/reaper.h"
 #include "platform/linux/spawn.h"

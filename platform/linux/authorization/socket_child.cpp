@@ -7,11 +7,8 @@
 #include <sys/socket.h>
 #include <sys/wait.h>
 
-extern "C" { // which the header forgets in glibc 2.36
-#include <sys/pidfd.h>
-}
-
 #include "platform/linux/authorization/process_shield.h"
+#include "platform/linux/pidfd.h"
 #include "platform/linux/reaper.h"
 #include "platform/linux/spawn.h"
 

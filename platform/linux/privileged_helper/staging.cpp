@@ -35,6 +35,11 @@ Staging makeStaging(int beside) {
     return staging;
 }
 
+/// Takes the empty folder away again.
+void removeStaging(const Staging& staging, int beside) {
+    ignore(::unlinkat(beside, staging.name.data(), AT_REMOVEDIR));
+}
+
 int run(const char* tool, const std::array<const char*, 2>& options,
         std::initializer_list<const Place*> operands, int output) {
     const pid_t child = startTool(tool, options, operands, output);
@@ -50,7 +55,7 @@ int copyAndRename(const Command& command, const Place& source, const Place& dest
     const bool arrived = ::renameat(staged.folder.get(), staged.name, destination.folder.get(),
                                     destination.name) == 0;
     if (!arrived && command.job == Job::copy) ignore(run("/bin/rm", {"-Rf"}, {&staged}, output));
-    ignore(::unlinkat(destination.folder.get(), staging.name.data(), AT_REMOVEDIR));
+    removeStaging(staging, destination.folder.get());
     if (status == 0 && !arrived) status = 1;
     return status;
 }
@@ -73,6 +78,11 @@ pid_t startStaged(const Command& command, const Place& source, const Place& dest
     Staging staging = makeStaging(destination.folder.get());
     if (!staging.folder) return -1;
     const pid_t child = ::fork();
+    if (child == -1) {
+        const int error = errno;
+        removeStaging(staging, destination.folder.get());
+        errno = error;
+    }
     if (child != 0) return child;
     ::close(STDIN_FILENO); // the client's socket is its parent's business
     ::_exit(copyAndRename(command, source, destination, staging, output));

@@ -11,9 +11,7 @@
 #include <csignal>
 #include <cstdio>
 
-extern "C" { // which the header forgets in glibc 2.36
-#include <sys/pidfd.h>
-}
+#include "platform/linux/pidfd.h"
 
 namespace quorvane::platform::linux_::helper {
 namespace {
