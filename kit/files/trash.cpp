@@ -2,9 +2,8 @@
 
 #include "kit/files/QVFileManager.h"
 
-#include <algorithm>
-
 #include "kit/auth/QVAuthorization.h"
+#include "kit/base/characters.h"
 #include "kit/base/components.h"
 #include "kit/files/folder_walk.h"
 #include "kit/files/waiting.h"
@@ -14,13 +13,6 @@
 
 namespace quorvane {
 namespace {
-
-std::string lowercase(std::string_view text) {
-    std::string lower(text);
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-    return lower;
-}
 
 /// Trashes the files below the folder that the test picks; answers the paths tried.
 template <class Test>
@@ -77,8 +69,8 @@ bool QVFileManager::trashDirectoryContents(const MaybePath& folder, ShouldAuth s
 std::vector<Path> QVFileManager::trashFilesOfType(const MaybeText& extension,
                                                   const MaybePath& folder) {
     if (!extension) return {};
-    return trashFilesBelow(folder, [type = lowercase(*extension)](const Path& file) {
-        return lowercase(pathExtension(file)) == type;
+    return trashFilesBelow(folder, [type = asciiLowercase(*extension)](const Path& file) {
+        return asciiLowercase(pathExtension(file)) == type;
     });
 }
 

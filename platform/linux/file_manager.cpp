@@ -1,5 +1,6 @@
 #include "platform/linux/file_manager.h"
 
+#include <climits>
 #include <utility>
 
 #include <fcntl.h>
@@ -12,6 +13,7 @@
 #include "platform/linux/file_removal.h"
 #include "platform/linux/file_writing.h"
 #include "platform/linux/posix.h"
+#include "platform/linux/tree_walk.h"
 
 namespace quorvane::platform::linux_ {
 namespace {
@@ -34,6 +36,10 @@ class LinuxFileManager : public FileManager {
 public:
     Existence existence(const Path& path) override;
     Result<std::vector<std::string>> contentsOfDirectory(const Path& path) override;
+    Result<Path> linkDestination(const Path& path) override;
+    Result<void> walkTree(const Path& folder, ItemSizes sizes, TreeVisitor& visitor) override {
+        return linux_::walkTree(folder, sizes, visitor);
+    }
     Result<void> removeItem(const Path& path) override { return removeTree(path); }
     Result<void> moveItem(const Path& source, const Path& destination) override {
         return renameItem(source, destination);
@@ -77,6 +83,16 @@ Result<std::vector<std::string>> LinuxFileManager::contentsOfDirectory(const Pat
     names.reserve(entries.value().size());
     for (DirectoryEntry& entry : entries.value()) names.push_back(std::move(entry.name));
     return names;
+}
+
+Result<Path> LinuxFileManager::linkDestination(const Path& path) {
+    const Result<Path> plain = systemPath(path);
+    if (!plain) return plain.error();
+    Path destination(PATH_MAX, '\0'); // no link is longer
+    const ssize_t size = readlink(plain.value().c_str(), destination.data(), destination.size());
+    if (size < 0) return systemError();
+    destination.resize(static_cast<std::size_t>(size));
+    return destination;
 }
 
 Result<void> LinuxFileManager::createDirectories(const Path& path) {

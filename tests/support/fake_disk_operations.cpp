@@ -63,6 +63,15 @@ Result<std::vector<std::string>> FakeDisk::contentsOfDirectory(const Path& path)
     return names;
 }
 
+Result<Path> FakeDisk::linkDestination(const Path& path) {
+    const std::lock_guard lock(mutex_);
+    if (auto error = failure("linkDestination", path)) return *error;
+    const Place place = findItem(root_, path, FinalLink::keep);
+    if (!place) return place.error();
+    if (!place.value().item->isLink()) return errorFor(EINVAL);
+    return place.value().item->content;
+}
+
 Result<void> FakeDisk::removeItem(const Path& path) {
     const std::lock_guard lock(mutex_);
     const Place place = findItem(root_, path, FinalLink::keep);
