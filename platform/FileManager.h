@@ -91,7 +91,14 @@ public:
     /// Deletes an item, a folder with all below it; never follows a symbolic link, the final one
     /// included. Stops at the first item that cannot be deleted.
     virtual Result<void> removeItem(const Path& path) = 0;
-    /// Renames an item within one volume. Fails with EEXIST where the destination exists.
+    /// Copies an item, a folder with all below it, with permissions, times, extended attributes and
+    /// holes, and with its owner where the process may keep that. Links are copied as links; what
+    /// is neither file, folder nor link is made anew, never opened. Fails with EEXIST where the
+    /// destination exists. After a failure nothing stands there.
+    virtual Result<void> copyItem(const Path& source, const Path& destination) = 0;
+    /// Moves an item; onto another volume by copying it and then deleting the source, which fails
+    /// beforehand where that cannot be deleted, as far as can be known. Fails with EEXIST where the
+    /// destination exists; an item moved to its own path is there already.
     virtual Result<void> moveItem(const Path& source, const Path& destination) = 0;
     /// Makes a folder and the missing ones above it; an existing folder is success.
     virtual Result<void> createDirectories(const Path& path) = 0;

@@ -17,6 +17,8 @@ namespace quorvane {
 enum class ShouldAuth : bool { no, yes };
 /// Whether a touch sets the creation date to now as well.
 enum class SetCreationDate : bool { no, yes };
+/// Whether an archive of a folder holds the folder itself or only what is in it.
+enum class IncludeParent : bool { no, yes };
 /// Accepted for callers of earlier versions; has no effect.
 enum class SearchSubdirs : bool { no, yes };
 
@@ -66,6 +68,50 @@ public:
     static bool isFolderEmpty(const MaybePath& folder);
     /// `removeFolderIfEmpty:`: `removeFile:` of a folder that is empty in that sense.
     static bool removeFolderIfEmpty(const MaybePath& folder);
+
+    // Create, move and copy. Destinations are full paths of the new items.
+
+    /// `createDirectory:`, `createDirectory:shouldAuth:`: makes the folder and missing ones above
+    /// it; an existing folder is success. False, without the fallback, on a drive that is not
+    /// mounted.
+    static bool createDirectory(const MaybePath& folder, ShouldAuth shouldAuth = ShouldAuth::yes);
+    /// `createDirectory:timeout:`.
+    static bool createDirectory(const MaybePath& folder, std::chrono::seconds timeout);
+    /// `createDirectoryStructure:destination:`: makes a folder below the destination that has the
+    /// source's whole path, or that of the folder around a file or package. Answers its path, made
+    /// or not.
+    static MaybePath createDirectoryStructure(const MaybePath& source,
+                                              const MaybePath& destination);
+    /// `compressFile:toDestinationFile:`, `compressFile:toDestinationFile:includeParent:`: makes a
+    /// zip archive with the system's tool; one that is there goes to the Trash first. Answers
+    /// whether an archive is there afterwards.
+    static bool compressFile(const MaybePath& source, const MaybePath& archive,
+                             IncludeParent includeParent = IncludeParent::yes);
+    /// `decompressFile:toDestinationFolder:`: unpacks an archive into a folder that replaces the
+    /// one that is there, which goes to the Trash. Answers whether a folder is there afterwards.
+    static bool decompressFile(const MaybePath& archive, const MaybePath& destination);
+    /// `copyFile:toPath:`, `copyFile:toPath:shouldAuth:`: copies an item with all below it. The
+    /// plain way fails where the destination exists; the fallback overwrites it.
+    static bool copyFile(const MaybePath& source, const MaybePath& destination,
+                         ShouldAuth shouldAuth = ShouldAuth::yes);
+    /// `copyFile:toPath:timeout:`.
+    static bool copyFile(const MaybePath& source, const MaybePath& destination,
+                         std::chrono::seconds timeout);
+    /// `copyContentsOfDirectory:toPath:timeout:`: copies each entry into an existing folder, with
+    /// the time-out for each, and stops at the first that fails. An empty or unreadable folder is
+    /// success.
+    static bool copyContentsOfDirectory(const MaybePath& source, const MaybePath& destination,
+                                        std::chrono::seconds timeout);
+    /// `moveFile:toPath:`, `moveFile:toPath:shouldAuth:`: moves or renames an item. The plain way
+    /// fails where the destination exists; the fallback overwrites it. A change of the letters'
+    /// case alone takes two steps, which volumes that ignore case need.
+    static bool moveFile(const MaybePath& source, const MaybePath& destination,
+                         ShouldAuth shouldAuth = ShouldAuth::yes);
+    /// `moveFile:toPath:timeout:`: waits until the source is gone.
+    static bool moveFile(const MaybePath& source, const MaybePath& destination,
+                         std::chrono::seconds timeout);
+    /// `createEmptyFile:`: puts an empty file at the path, with the fallback.
+    static bool createEmptyFile(const MaybePath& file);
 
     // Queries and volumes
 

@@ -6,12 +6,23 @@
 #include "kit/base/characters.h"
 #include "kit/base/components.h"
 #include "kit/files/folder_walk.h"
+#include "kit/files/recycling.h"
 #include "kit/files/waiting.h"
 #include "kit/paths/QVLocalPaths.h"
 #include "platform/Services.h"
 #include "platform/Workspace.h"
 
 namespace quorvane {
+
+bool recycle(const Path& item) {
+    const MaybePath trash = QVLocalPaths::trashDirectory();
+    return platform::services()
+        .workspace
+        ->recycle(Path(withoutLastComponent(item)), trash.value_or(Path()),
+                  {std::string(lastComponent(item))})
+        .ok();
+}
+
 namespace {
 
 /// Trashes the files below the folder that the test picks; answers the paths tried.
@@ -25,15 +36,6 @@ std::vector<Path> trashFilesBelow(const MaybePath& folder, const Test& picks) {
         tried.push_back(file);
     });
     return tried;
-}
-
-bool recycle(const Path& item) {
-    const MaybePath trash = QVLocalPaths::trashDirectory();
-    return platform::services()
-        .workspace
-        ->recycle(Path(withoutLastComponent(item)), trash.value_or(Path()),
-                  {std::string(lastComponent(item))})
-        .ok();
 }
 
 } // namespace

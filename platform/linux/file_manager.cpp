@@ -9,6 +9,7 @@
 
 #include "platform/linux/directory.h"
 #include "platform/linux/file_attributes.h"
+#include "platform/linux/file_copying.h"
 #include "platform/linux/file_moving.h"
 #include "platform/linux/file_removal.h"
 #include "platform/linux/file_writing.h"
@@ -42,7 +43,10 @@ public:
     }
     Result<void> removeItem(const Path& path) override { return removeTree(path); }
     Result<void> moveItem(const Path& source, const Path& destination) override {
-        return renameItem(source, destination);
+        return moveTree(source, destination);
+    }
+    Result<void> copyItem(const Path& source, const Path& destination) override {
+        return copyTree(source, destination);
     }
     Result<void> createDirectories(const Path& path) override;
 

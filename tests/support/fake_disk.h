@@ -68,6 +68,7 @@ public:
     /// A scripted failure of an item below the path stops the removal there.
     platform::Result<void> removeItem(const Path& path);
     platform::Result<void> moveItem(const Path& source, const Path& destination);
+    platform::Result<void> copyItem(const Path& source, const Path& destination);
     platform::Result<void> createDirectories(const Path& path);
     platform::Result<platform::ItemAttributes> attributes(const Path& path);
     platform::Result<void> setAttributes(const Path& path,

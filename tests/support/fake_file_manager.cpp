@@ -110,6 +110,11 @@ platform::Result<void> FakeFileManager::moveItem(const Path& source, const Path&
     return disk_->moveItem(source, destination);
 }
 
+platform::Result<void> FakeFileManager::copyItem(const Path& source, const Path& destination) {
+    journal_->add("files.copy " + source + " -> " + destination);
+    return disk_->copyItem(source, destination);
+}
+
 platform::Result<void> FakeFileManager::createDirectories(const Path& path) {
     journal_->add("files.createDirectories " + path);
     return disk_->createDirectories(path);

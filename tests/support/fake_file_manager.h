@@ -16,6 +16,7 @@ enum class JournalQueries : bool { no, yes };
 /// Each call adds one line to the journal before it is performed:
 ///     files.remove /a
 ///     files.move /a -> /b
+///     files.copy /a -> /b
 ///     files.createDirectories /a/b
 ///     files.setAttributes /a immutable=no permissions=755 creationDate=1.5 modificationDate=2
 ///     files.writeAtomically /a 12 bytes
@@ -35,6 +36,7 @@ public:
                                     platform::TreeVisitor& visitor) override;
     platform::Result<void> removeItem(const Path& path) override;
     platform::Result<void> moveItem(const Path& source, const Path& destination) override;
+    platform::Result<void> copyItem(const Path& source, const Path& destination) override;
     platform::Result<void> createDirectories(const Path& path) override;
     platform::Result<platform::ItemAttributes> attributes(const Path& path) override;
     platform::Result<void> setAttributes(const Path& path,
