@@ -49,6 +49,24 @@ struct AttributeChanges {
     std::optional<FileTime> modificationDate = std::nullopt;
 };
 
+/// Told of everything that a walk through a folder comes upon.
+class TreeVisitor {
+public:
+    enum class Answer { goOn, skip, stop };
+
+    virtual ~TreeVisitor() = default;
+    /// A folder, or a link that leads to one; the name of the walk's first folder is empty. Going
+    /// on, all below it is visited, and then it is left.
+    virtual Answer enterFolder(std::string_view name, const FileIdentity& folder) = 0;
+    virtual void leaveFolder() = 0;
+    /// Anything else, with its own size, a link's not followed: 0 where sizes are not asked for or
+    /// cannot be read.
+    virtual Answer meetItem(std::string_view name, std::uint64_t size) = 0;
+};
+
+/// Whether a walk tells sizes, which takes its time.
+enum class ItemSizes : bool { unknown, told };
+
 /// An open stream: an integer handle whose value is the descriptor where the system has
 /// descriptors.
 enum class StreamHandle : std::int64_t {};
@@ -62,10 +80,25 @@ public:
     virtual Existence existence(const Path& path) = 0;
     /// The entries' names without "." and "..", hidden ones included, in the order of the listing.
     virtual Result<std::vector<std::string>> contentsOfDirectory(const Path& path) = 0;
+    /// Where a symbolic link leads, as it is written in the link; an error for what is none.
+    virtual Result<Path> linkDestination(const Path& path) = 0;
+    /// Visits everything below a folder, in no particular order, links to folders included: a
+    /// visitor that goes on where it has been before may be sent round until more than 40 links
+    /// lie on the way, after which links lead nowhere. Folders that cannot be listed are visited as
+    /// empty ones. Neither the depth nor the width of the tree is limited. An error when the walk
+    /// could not be finished: the system is out of means, or the tree was changed too much.
+    virtual Result<void> walkTree(const Path& folder, ItemSizes sizes, TreeVisitor& visitor) = 0;
     /// Deletes an item, a folder with all below it; never follows a symbolic link, the final one
     /// included. Stops at the first item that cannot be deleted.
     virtual Result<void> removeItem(const Path& path) = 0;
-    /// Renames an item within one volume. Fails with EEXIST where the destination exists.
+    /// Copies an item, a folder with all below it, with permissions, times, extended attributes and
+    /// holes, and with its owner where the process may keep that. Links are copied as links; what
+    /// is neither file, folder nor link is made anew, never opened. Fails with EEXIST where the
+    /// destination exists. After a failure nothing stands there.
+    virtual Result<void> copyItem(const Path& source, const Path& destination) = 0;
+    /// Moves an item; onto another volume by copying it and then deleting the source, which fails
+    /// beforehand where that cannot be deleted, as far as can be known. Fails with EEXIST where the
+    /// destination exists; an item moved to its own path is there already.
     virtual Result<void> moveItem(const Path& source, const Path& destination) = 0;
     /// Makes a folder and the missing ones above it; an existing folder is success.
     virtual Result<void> createDirectories(const Path& path) = 0;

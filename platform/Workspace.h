@@ -22,6 +22,9 @@ public:
                                  const std::vector<std::string>& names) = 0;
     /// The path of the application bundle with this identifier; null when there is none.
     virtual MaybePath bundlePath(const std::string& identifier) = 0;
+    /// The mount points of the volumes on this machine's own storage, in the order in which they
+    /// were mounted; network and system-internal file systems are none.
+    virtual std::vector<Path> mountedLocalVolumes() = 0;
     /// Whether the item is a folder that the desktop presents as one file, such as an application.
     virtual bool isFilePackage(const Path& path) = 0;
     /// Tells the desktop that something changed at the path. Does nothing where nobody listens.

@@ -78,6 +78,10 @@ std::size_t characterCount(std::string_view text) {
     }
 }
 
+std::size_t firstCharacterLength(std::string_view text) {
+    return text.empty() ? 0 : decode(text).length;
+}
+
 std::string_view dropFirstCharacters(std::string_view text, std::size_t count) {
     while (count > 0 && !text.empty()) {
         const Scalar scalar = decode(text);
@@ -132,6 +136,14 @@ bool isValidUtf8(std::string_view bytes) {
         if (!scalar.valid) return false;
         bytes.remove_prefix(scalar.length);
     }
+}
+
+std::string asciiLowercase(std::string_view text) {
+    std::string lower(text);
+    std::ranges::transform(lower, lower.begin(), [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+    });
+    return lower;
 }
 
 std::string replaceInvalidBytes(std::string_view bytes) {

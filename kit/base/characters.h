@@ -12,6 +12,10 @@ namespace quorvane {
 /// Length in characters.
 std::size_t characterCount(std::string_view text);
 
+/// How many bytes the character that begins the text has, a surrogate pair counted whole; 0 for an
+/// empty text.
+std::size_t firstCharacterLength(std::string_view text);
+
 /// The text without its first, or last, `count` characters. A cut through a surrogate pair drops
 /// the whole pair.
 std::string_view dropFirstCharacters(std::string_view text, std::size_t count);
@@ -26,6 +30,9 @@ bool isAscii(std::string_view bytes);
 
 /// Whether the bytes are valid UTF-8.
 bool isValidUtf8(std::string_view bytes);
+
+/// The text with its ASCII letters in lower case.
+std::string asciiLowercase(std::string_view text);
 
 /// The bytes with each one that is no part of valid UTF-8 replaced by U+FFFD.
 std::string replaceInvalidBytes(std::string_view bytes);

@@ -1,5 +1,7 @@
 #include "kit/base/components.h"
 
+#include <algorithm>
+
 namespace quorvane {
 namespace {
 
@@ -31,6 +33,17 @@ std::string_view withoutLastComponent(std::string_view path) {
     const std::size_t slash = path.rfind('/');
     if (slash == std::string_view::npos) return {};
     return slash == 0 ? path.substr(0, 1) : withoutTrailingSlashes(path.substr(0, slash));
+}
+
+std::vector<std::string> pathComponents(std::string_view path) {
+    std::vector<std::string> components;
+    if (path.starts_with('/')) components.emplace_back("/");
+    while (!path.empty()) {
+        const std::string_view name = path.substr(0, path.find('/'));
+        if (!name.empty()) components.emplace_back(name);
+        path.remove_prefix(std::min(name.size() + 1, path.size()));
+    }
+    return components;
 }
 
 std::string_view pathExtension(std::string_view path) {

@@ -4,6 +4,7 @@
 #include <concepts>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/Values.h"
 
@@ -24,6 +25,9 @@ std::string_view lastComponent(std::string_view path);
 /// What stands before the last component, without a final "/"; "/" for items of the root, empty
 /// where there is no "/".
 std::string_view withoutLastComponent(std::string_view path);
+
+/// The names between the slashes, empty ones left out; a leading "/" is a component of its own.
+std::vector<std::string> pathComponents(std::string_view path);
 
 /// What follows the last "." of the last component; empty without one, and for hidden names such as
 /// ".profile".

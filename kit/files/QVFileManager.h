@@ -2,10 +2,13 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/FileManager.h"
+#include "platform/PropertyLists.h"
 #include "platform/Values.h"
 
 namespace quorvane {
@@ -14,6 +17,10 @@ namespace quorvane {
 enum class ShouldAuth : bool { no, yes };
 /// Whether a touch sets the creation date to now as well.
 enum class SetCreationDate : bool { no, yes };
+/// Whether an archive of a folder holds the folder itself or only what is in it.
+enum class IncludeParent : bool { no, yes };
+/// Accepted for callers of earlier versions; has no effect.
+enum class SearchSubdirs : bool { no, yes };
 
 /// Class operations on absolute paths, without state, from any thread.
 ///
@@ -61,6 +68,109 @@ public:
     static bool isFolderEmpty(const MaybePath& folder);
     /// `removeFolderIfEmpty:`: `removeFile:` of a folder that is empty in that sense.
     static bool removeFolderIfEmpty(const MaybePath& folder);
+
+    // Create, move and copy. Destinations are full paths of the new items.
+
+    /// `createDirectory:`, `createDirectory:shouldAuth:`: makes the folder and missing ones above
+    /// it; an existing folder is success. False, without the fallback, on a drive that is not
+    /// mounted.
+    static bool createDirectory(const MaybePath& folder, ShouldAuth shouldAuth = ShouldAuth::yes);
+    /// `createDirectory:timeout:`.
+    static bool createDirectory(const MaybePath& folder, std::chrono::seconds timeout);
+    /// `createDirectoryStructure:destination:`: makes a folder below the destination that has the
+    /// source's whole path, or that of the folder around a file or package. Answers its path, made
+    /// or not.
+    static MaybePath createDirectoryStructure(const MaybePath& source,
+                                              const MaybePath& destination);
+    /// `compressFile:toDestinationFile:`, `compressFile:toDestinationFile:includeParent:`: makes a
+    /// zip archive with the system's tool; one that is there goes to the Trash first. Answers
+    /// whether an archive is there afterwards.
+    static bool compressFile(const MaybePath& source, const MaybePath& archive,
+                             IncludeParent includeParent = IncludeParent::yes);
+    /// `decompressFile:toDestinationFolder:`: unpacks an archive into a folder that replaces the
+    /// one that is there, which goes to the Trash. Answers whether a folder is there afterwards.
+    static bool decompressFile(const MaybePath& archive, const MaybePath& destination);
+    /// `copyFile:toPath:`, `copyFile:toPath:shouldAuth:`: copies an item with all below it. The
+    /// plain way fails where the destination exists; the fallback overwrites it.
+    static bool copyFile(const MaybePath& source, const MaybePath& destination,
+                         ShouldAuth shouldAuth = ShouldAuth::yes);
+    /// `copyFile:toPath:timeout:`.
+    static bool copyFile(const MaybePath& source, const MaybePath& destination,
+                         std::chrono::seconds timeout);
+    /// `copyContentsOfDirectory:toPath:timeout:`: copies each entry into an existing folder, with
+    /// the time-out for each, and stops at the first that fails. An empty or unreadable folder is
+    /// success.
+    static bool copyContentsOfDirectory(const MaybePath& source, const MaybePath& destination,
+                                        std::chrono::seconds timeout);
+    /// `moveFile:toPath:`, `moveFile:toPath:shouldAuth:`: moves or renames an item. The plain way
+    /// fails where the destination exists; the fallback overwrites it. A change of the letters'
+    /// case alone takes two steps, which volumes that ignore case need.
+    static bool moveFile(const MaybePath& source, const MaybePath& destination,
+                         ShouldAuth shouldAuth = ShouldAuth::yes);
+    /// `moveFile:toPath:timeout:`: waits until the source is gone.
+    static bool moveFile(const MaybePath& source, const MaybePath& destination,
+                         std::chrono::seconds timeout);
+    /// `createEmptyFile:`: puts an empty file at the path, with the fallback.
+    static bool createEmptyFile(const MaybePath& file);
+
+    // Queries and volumes
+
+    /// `isPackageAtPath:`: whether the desktop shows the folder as one item.
+    static bool isPackageAtPath(const MaybePath& path);
+    /// `isSymbolicLinkAtPath:`: whether the item itself is a symbolic link.
+    static bool isSymbolicLinkAtPath(const MaybePath& path);
+    /// `isVolumeMountedForPath:`, `isDriveMountedForPath:`: false for a path below a folder of
+    /// "/Volumes" that is not there. The two differ in the prefix by which they know such paths:
+    /// "/Volumes", which "/VolumesX" has too, and "/Volumes/".
+    static bool isVolumeMountedForPath(const MaybePath& path);
+    static bool isDriveMountedForPath(const MaybePath& path);
+    /// `volumeMountPointForPath:`: the first mounted local volume that holds the path, which need
+    /// not exist; else null below "/Volumes", and "/".
+    static MaybePath volumeMountPointForPath(const MaybePath& path);
+    /// `modificationDateForFile:`, `creationDateForFile:`: of the item itself; null when it cannot
+    /// be read.
+    static std::optional<platform::FileTime> modificationDateForFile(const MaybePath& item);
+    static std::optional<platform::FileTime> creationDateForFile(const MaybePath& item);
+    /// `fileSize:`: bytes of the file, or of all files below the folder; folders add nothing, links
+    /// to files their own size. Links to folders are followed, except back to a folder above them.
+    /// 0 for what is not there.
+    static std::uint64_t fileSize(const MaybePath& item);
+    /// `infoForDiskAtMountpoint:`: what the system's disk tool says, in 5 seconds at most; null
+    /// when it says nothing. What cannot be read as a property list goes to the console log.
+    static std::optional<platform::PropertyList>
+    infoForDiskAtMountpoint(const MaybePath& mountPoint);
+
+    // Names, wildcards, sizes and waiting
+
+    /// `formatFileSize:`: bytes as "1023 B", "1.50 KB", and so on up to TB, in steps of 1,024.
+    static std::string formatFileSize(double bytes);
+    /// `filesMatchingWildcardPath:`, `…fromBasePath:`, `…fromBasePath:searchSubdirs:`: the existing
+    /// items whose paths match, case-sensitively. In a component with a "*", that stands for any
+    /// characters or none, and "?" for one; components without one are literal. A pattern without
+    /// any "*" is answered as it stands below the base path, whether it exists or not. Without a
+    /// base path it starts at "/". Subfolders are never searched.
+    static std::vector<Path>
+    filesMatchingWildcardPath(const MaybePath& pattern, const MaybePath& basePath = std::nullopt,
+                              SearchSubdirs searchSubdirs = SearchSubdirs::no);
+    /// `decodeWildcardPath:fromBasePath:`: the first of those, else the pattern as it stands below
+    /// the base path; null without one.
+    static MaybePath decodeWildcardPath(const MaybePath& pattern, const MaybePath& basePath);
+    /// `validateFilename:`: a typed name without a dot at its start (a second one stays), white
+    /// space at its ends, and any "/" and ":".
+    static MaybeText validateFilename(const MaybeText& name);
+    /// `uniqueFilename:`: the path, or, where something is, the first free of "NAME 2.EXT",
+    /// "NAME 3.EXT", ...
+    static MaybePath uniqueFilename(const MaybePath& path);
+    /// `waitForFileCreation:timeout:`: one look: where the file is missing or empty, logs that and
+    /// pauses 500 microseconds. Callers loop themselves.
+    static void waitForFileCreation(const MaybePath& file, std::chrono::seconds timeout);
+    /// `waitForFileWrites:`, `waitForFileWrites:lockFile:`: waits, however long, until the file was
+    /// modified more than 5 seconds ago, and logs that. A lock file that exists has the two lines
+    /// logged for a quiet file too, and is not waited for.
+    static void waitForFileWrites(const MaybePath& file, const MaybePath& lockFile = std::nullopt);
+    /// `fileIsOpenForWriting:`: whether any process has it open for writing, as far as the system's
+    /// lister of open files tells this user within 3 seconds.
+    static bool fileIsOpenForWriting(const MaybePath& file);
 
     // Locks, permissions, metadata and timestamps
 

@@ -4,6 +4,8 @@
 #include <functional>
 #include <set>
 #include <string>
+#include <unordered_map>
+#include <vector>
 
 #include "platform/FileManager.h"
 
@@ -16,6 +18,15 @@ std::vector<std::string> namesInFolder(const MaybePath& folder);
 /// first, in the order of the listings. Each folder is walked once, by whichever path leads there
 /// first, so that links back into the tree neither loop nor multiply.
 void forEachFileBelow(const Path& folder, const std::function<void(const Path&)>& visit);
+
+/// What is known of each folder of a walk, whatever paths lead to it. Values stay where they are.
+struct FolderHash {
+    std::size_t operator()(const platform::FileIdentity& folder) const {
+        return std::hash<std::uint64_t>()(folder.node ^ (folder.volume << 48U));
+    }
+};
+template <class Value>
+using FolderMap = std::unordered_map<platform::FileIdentity, Value, FolderHash>;
 
 /// Folders already walked.
 class WalkedFolders {

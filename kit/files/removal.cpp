@@ -3,7 +3,6 @@
 #include "kit/files/QVFileManager.h"
 
 #include "kit/auth/QVAuthorization.h"
-#include "kit/base/components.h"
 #include "kit/files/folder_walk.h"
 #include "kit/files/waiting.h"
 #include "kit/log/QVLog.h"
@@ -18,26 +17,39 @@ bool isDesktopMetadata(std::string_view name) { return name == ".DS_Store" || na
 /// Each folder is looked into once: what a second path leads to was found empty before, or is being
 /// looked at. A link back to a folder above keeps the tree from being empty, as following it for
 /// ever would.
-class EmptinessTest {
+class EmptinessTest : public platform::TreeVisitor {
 public:
-    bool holdsNothing(const Path& folder, const platform::FileIdentity& identity) {
-        underWay_.insert(identity);
-        for (const std::string& name : namesInFolder(folder))
-            if (!isDesktopMetadata(name) && !isEmptyFolder(joinPath(folder, name))) return false;
-        underWay_.erase(identity);
-        foundEmpty_.insert(identity);
-        return true;
+    Answer enterFolder(std::string_view name, const platform::FileIdentity& folder) override {
+        if (isDesktopMetadata(name)) return Answer::skip;
+        const auto [entry, isNew] = foundEmpty_.try_emplace(folder, false);
+        if (isNew) {
+            way_.push_back(&entry->second);
+            return Answer::goOn;
+        }
+        return entry->second ? Answer::skip : findSomething();
     }
+
+    void leaveFolder() override {
+        *way_.back() = true;
+        way_.pop_back();
+    }
+
+    Answer meetItem(std::string_view name, std::uint64_t /*size*/) override {
+        return isDesktopMetadata(name) ? Answer::goOn : findSomething();
+    }
+
+    bool foundNothing() const { return !foundSomething_; }
 
 private:
-    bool isEmptyFolder(const Path& item) {
-        const auto existence = platform::services().makeFileManager()->existence(item);
-        if (!existence.isDirectory || underWay_.contains(existence.identity)) return false;
-        return foundEmpty_.contains(existence.identity) || holdsNothing(item, existence.identity);
+    Answer findSomething() {
+        foundSomething_ = true;
+        return Answer::stop;
     }
 
-    std::set<platform::FileIdentity> underWay_;
-    std::set<platform::FileIdentity> foundEmpty_;
+    /// False for folders on the way.
+    FolderMap<bool> foundEmpty_;
+    std::vector<bool*> way_;
+    bool foundSomething_ = false;
 };
 
 } // namespace
@@ -60,8 +72,13 @@ bool QVFileManager::removeFile(const MaybePath& item, std::chrono::seconds timeo
 
 bool QVFileManager::isFolderEmpty(const MaybePath& folder) {
     if (!folder) return true;
-    const auto existence = platform::services().makeFileManager()->existence(*folder);
-    return EmptinessTest().holdsNothing(*folder, existence.identity);
+    EmptinessTest test;
+    // What was not looked at to the end may hold something: folders are deleted on this answer.
+    return platform::services()
+               .makeFileManager()
+               ->walkTree(*folder, platform::ItemSizes::unknown, test)
+               .ok() &&
+           test.foundNothing();
 }
 
 bool QVFileManager::removeFolderIfEmpty(const MaybePath& folder) {

@@ -2,25 +2,28 @@
 
 #include "kit/files/QVFileManager.h"
 
-#include <algorithm>
-
 #include "kit/auth/QVAuthorization.h"
+#include "kit/base/characters.h"
 #include "kit/base/components.h"
 #include "kit/files/folder_walk.h"
+#include "kit/files/recycling.h"
 #include "kit/files/waiting.h"
 #include "kit/paths/QVLocalPaths.h"
 #include "platform/Services.h"
 #include "platform/Workspace.h"
 
 namespace quorvane {
-namespace {
 
-std::string lowercase(std::string_view text) {
-    std::string lower(text);
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-    return lower;
+bool recycle(const Path& item) {
+    const MaybePath trash = QVLocalPaths::trashDirectory();
+    return platform::services()
+        .workspace
+        ->recycle(Path(withoutLastComponent(item)), trash.value_or(Path()),
+                  {std::string(lastComponent(item))})
+        .ok();
 }
+
+namespace {
 
 /// Trashes the files below the folder that the test picks; answers the paths tried.
 template <class Test>
@@ -33,15 +36,6 @@ std::vector<Path> trashFilesBelow(const MaybePath& folder, const Test& picks) {
         tried.push_back(file);
     });
     return tried;
-}
-
-bool recycle(const Path& item) {
-    const MaybePath trash = QVLocalPaths::trashDirectory();
-    return platform::services()
-        .workspace
-        ->recycle(Path(withoutLastComponent(item)), trash.value_or(Path()),
-                  {std::string(lastComponent(item))})
-        .ok();
 }
 
 } // namespace
@@ -77,8 +71,8 @@ bool QVFileManager::trashDirectoryContents(const MaybePath& folder, ShouldAuth s
 std::vector<Path> QVFileManager::trashFilesOfType(const MaybeText& extension,
                                                   const MaybePath& folder) {
     if (!extension) return {};
-    return trashFilesBelow(folder, [type = lowercase(*extension)](const Path& file) {
-        return lowercase(pathExtension(file)) == type;
+    return trashFilesBelow(folder, [type = asciiLowercase(*extension)](const Path& file) {
+        return asciiLowercase(pathExtension(file)) == type;
     });
 }
 

@@ -1,6 +1,5 @@
 #include "platform/linux/directory.h"
 
-#include <array>
 #include <cstring>
 #include <string_view>
 
@@ -13,29 +12,53 @@ namespace {
 
 constexpr std::size_t kBufferSize = 32UL * 1024;
 
-/// Adds what one system call has read.
-void parseEntries(const char* position, const char* end, std::vector<DirectoryEntry>& entries) {
-    while (position < end) {
-        dirent64 header{};
-        std::memcpy(&header, position, offsetof(dirent64, d_name));
-        const std::string_view name = position + offsetof(dirent64, d_name);
-        if (name != "." && name != "..")
-            entries.push_back({std::string(name), header.d_type == DT_DIR});
-        position += header.d_reclen;
+EntryKind kindOf(unsigned char type) {
+    switch (type) {
+    case DT_UNKNOWN:
+        return EntryKind::unknown;
+    case DT_DIR:
+        return EntryKind::folder;
+    case DT_LNK:
+        return EntryKind::link;
+    default:
+        return EntryKind::other;
     }
 }
 
 } // namespace
 
+Result<bool> DirectoryReader::read(int directory) {
+    buffer_.resize(kBufferSize);
+    const ssize_t size =
+        retryInterrupted([&] { return getdents64(directory, buffer_.data(), buffer_.size()); });
+    size_ = size < 0 ? 0 : static_cast<std::size_t>(size);
+    if (size < 0) return systemError();
+    return size > 0;
+}
+
+DirectoryReader::Entry DirectoryReader::entryAt(std::size_t position) const {
+    const char* const entry = buffer_.data() + position;
+    dirent64 header{};
+    std::memcpy(&header, entry, offsetof(dirent64, d_name));
+    return {entry + offsetof(dirent64, d_name), kindOf(header.d_type), header.d_reclen};
+}
+
+bool DirectoryReader::isDots(const char* name) {
+    if (name[0] != '.') return false;
+    return name[1] == '\0' || (name[1] == '.' && name[2] == '\0');
+}
+
 Result<std::vector<DirectoryEntry>> readEntries(int directory) {
     std::vector<DirectoryEntry> entries;
-    std::array<char, kBufferSize> buffer; // NOLINT(*-pro-type-member-init): the kernel fills it
+    DirectoryReader reader;
     while (true) {
-        const ssize_t size =
-            retryInterrupted([&] { return getdents64(directory, buffer.data(), buffer.size()); });
-        if (size < 0) return systemError();
-        if (size == 0) return entries;
-        parseEntries(buffer.data(), buffer.data() + size, entries);
+        const Result<bool> more = reader.read(directory);
+        if (!more) return more.error();
+        if (!more.value()) return entries;
+        reader.forEach([&](const char* name, EntryKind kind) {
+            entries.push_back({name, kind == EntryKind::folder});
+            return true;
+        });
     }
 }
 

@@ -1,5 +1,6 @@
 #include "platform/linux/file_manager.h"
 
+#include <climits>
 #include <utility>
 
 #include <fcntl.h>
@@ -8,10 +9,12 @@
 
 #include "platform/linux/directory.h"
 #include "platform/linux/file_attributes.h"
+#include "platform/linux/file_copying.h"
 #include "platform/linux/file_moving.h"
 #include "platform/linux/file_removal.h"
 #include "platform/linux/file_writing.h"
 #include "platform/linux/posix.h"
+#include "platform/linux/tree_walk.h"
 
 namespace quorvane::platform::linux_ {
 namespace {
@@ -34,9 +37,16 @@ class LinuxFileManager : public FileManager {
 public:
     Existence existence(const Path& path) override;
     Result<std::vector<std::string>> contentsOfDirectory(const Path& path) override;
+    Result<Path> linkDestination(const Path& path) override;
+    Result<void> walkTree(const Path& folder, ItemSizes sizes, TreeVisitor& visitor) override {
+        return linux_::walkTree(folder, sizes, visitor);
+    }
     Result<void> removeItem(const Path& path) override { return removeTree(path); }
     Result<void> moveItem(const Path& source, const Path& destination) override {
-        return renameItem(source, destination);
+        return moveTree(source, destination);
+    }
+    Result<void> copyItem(const Path& source, const Path& destination) override {
+        return copyTree(source, destination);
     }
     Result<void> createDirectories(const Path& path) override;
 
@@ -77,6 +87,16 @@ Result<std::vector<std::string>> LinuxFileManager::contentsOfDirectory(const Pat
     names.reserve(entries.value().size());
     for (DirectoryEntry& entry : entries.value()) names.push_back(std::move(entry.name));
     return names;
+}
+
+Result<Path> LinuxFileManager::linkDestination(const Path& path) {
+    const Result<Path> plain = systemPath(path);
+    if (!plain) return plain.error();
+    Path destination(PATH_MAX, '\0'); // no link is longer
+    const ssize_t size = readlink(plain.value().c_str(), destination.data(), destination.size());
+    if (size < 0) return systemError();
+    destination.resize(static_cast<std::size_t>(size));
+    return destination;
 }
 
 Result<void> LinuxFileManager::createDirectories(const Path& path) {

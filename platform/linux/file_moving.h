@@ -6,6 +6,9 @@
 namespace quorvane::platform::linux_ {
 
 /// As FileManager::moveItem.
+Result<void> moveTree(const Path& source, const Path& destination);
+
+/// The same within one volume; EXDEV onto another.
 Result<void> renameItem(const Path& source, const Path& destination);
 
 /// The same for file systems that cannot refuse to replace: takes the free name with an empty item

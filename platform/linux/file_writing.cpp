@@ -1,8 +1,5 @@
 #include "platform/linux/file_writing.h"
 
-#include <array>
-#include <cstdio>
-#include <random>
 #include <string>
 
 #include <fcntl.h>
@@ -10,20 +7,13 @@
 #include <unistd.h>
 
 #include "platform/linux/posix.h"
+#include "platform/linux/temporary_name.h"
 
 namespace quorvane::platform::linux_ {
 namespace {
 
 constexpr mode_t kNewFileMode = 0666;
 constexpr mode_t kPermissionBits = 0777;
-
-/// Short and of its own, as the file's name may be as long as names can be.
-std::string temporaryName() {
-    std::random_device random;
-    std::array<char, 32> name{};
-    std::snprintf(name.data(), name.size(), ".quorvane-%08x%08x", random(), random());
-    return name.data();
-}
 
 /// A new file beside the one that it is to replace; goes again unless it does.
 class Replacement {

@@ -6,6 +6,7 @@
 #include "platform/UserIdentity.h"
 #include "platform/linux/bundles.h"
 #include "platform/linux/trash_owner.h"
+#include "platform/linux/volumes.h"
 
 namespace quorvane::platform::linux_ {
 
@@ -27,6 +28,8 @@ MaybePath LinuxWorkspace::bundlePath(const std::string& identifier) {
     return folders ? findBundle(folders->home + "/Applications", identifier, *propertyLists_)
                    : std::nullopt;
 }
+
+std::vector<Path> LinuxWorkspace::mountedLocalVolumes() { return localVolumes(); }
 
 bool LinuxWorkspace::isFilePackage(const Path& path) { return isBundle(path); }
 

@@ -25,6 +25,7 @@ public:
     /// A registered bundle that still stands, else the first with the identifier in /Applications
     /// and ~/Applications.
     MaybePath bundlePath(const std::string& identifier) override;
+    std::vector<Path> mountedLocalVolumes() override;
     bool isFilePackage(const Path& path) override;
     /// Does nothing: file managers watch the folders that they show.
     void noteFileSystemChanged(const Path& path) override;

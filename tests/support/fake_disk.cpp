@@ -178,6 +178,12 @@ void FakeDisk::stopFailing(const std::string& operation, const Path& path) {
     });
 }
 
+std::optional<platform::Error> FakeDisk::scriptedFailure(const std::string& operation,
+                                                         const Path& path) {
+    const std::lock_guard lock(mutex_);
+    return failure(operation, path);
+}
+
 std::optional<platform::Error> FakeDisk::failure(const std::string& operation, const Path& path) {
     const Path plain = withoutFinalSlashes(path);
     const auto found = std::find_if(failures_.begin(), failures_.end(), [&](const Failure& each) {

@@ -58,13 +58,17 @@ public:
     /// Every use fails.
     void failAlways(const std::string& operation, const Path& path, platform::Error error);
     void stopFailing(const std::string& operation, const Path& path);
+    /// Takes the failure that is scripted for an operation that stands outside; null without one.
+    std::optional<platform::Error> scriptedFailure(const std::string& operation, const Path& path);
 
     // What platform::FileManager offers.
     platform::Existence existence(const Path& path) const;
     platform::Result<std::vector<std::string>> contentsOfDirectory(const Path& path);
+    platform::Result<Path> linkDestination(const Path& path);
     /// A scripted failure of an item below the path stops the removal there.
     platform::Result<void> removeItem(const Path& path);
     platform::Result<void> moveItem(const Path& source, const Path& destination);
+    platform::Result<void> copyItem(const Path& source, const Path& destination);
     platform::Result<void> createDirectories(const Path& path);
     platform::Result<platform::ItemAttributes> attributes(const Path& path);
     platform::Result<void> setAttributes(const Path& path,

@@ -35,6 +35,14 @@ bool holds(const FakeItem& folder, const FakeItem* sought) {
                        [&](const auto& entry) { return holds(*entry.second, sought); });
 }
 
+/// An item of its own with the same content, and its own copies of all below it.
+std::shared_ptr<FakeItem> copyOf(const FakeItem& item) {
+    auto copy = std::make_shared<FakeItem>(item);
+    copy->immutable = false;
+    for (auto& [name, below] : copy->entries) below = copyOf(*below);
+    return copy;
+}
+
 /// The name without the namespace that a name has when it does not say one.
 std::string withoutUserNamespace(const std::string& name) {
     constexpr std::string_view kNamespace = "user.";
@@ -61,6 +69,15 @@ Result<std::vector<std::string>> FakeDisk::contentsOfDirectory(const Path& path)
     std::vector<std::string> names;
     for (const auto& [name, item] : place.value().item->entries) names.push_back(name);
     return names;
+}
+
+Result<Path> FakeDisk::linkDestination(const Path& path) {
+    const std::lock_guard lock(mutex_);
+    if (auto error = failure("linkDestination", path)) return *error;
+    const Place place = findItem(root_, path, FinalLink::keep);
+    if (!place) return place.error();
+    if (!place.value().item->isLink()) return errorFor(EINVAL);
+    return place.value().item->content;
 }
 
 Result<void> FakeDisk::removeItem(const Path& path) {
@@ -94,6 +111,7 @@ Result<void> FakeDisk::move(const Path& source, const Path& destination) {
     if (!from) return from.error();
     const Place to = findPlace(root_, destination, FinalLink::keep);
     if (!to) return to.error();
+    if (to.value().item == from.value().item) return {};
     if (to.value().item) return errorFor(EEXIST);
     if (const int code = protection(from.value())) return errorFor(code);
     if (holds(*from.value().item, to.value().folder.get())) return errorFor(EINVAL);
@@ -101,6 +119,21 @@ Result<void> FakeDisk::move(const Path& source, const Path& destination) {
     if (!to.value().folder->writable) return errorFor(EACCES);
     from.value().folder->removeEntry(from.value().name);
     to.value().folder->entries.emplace_back(to.value().name, from.value().item);
+    return {};
+}
+
+Result<void> FakeDisk::copyItem(const Path& source, const Path& destination) {
+    const std::lock_guard lock(mutex_);
+    if (auto error = failure("copyItem", source)) return *error;
+    const Place from = findItem(root_, source, FinalLink::keep);
+    if (!from) return from.error();
+    const Place to = findPlace(root_, destination, FinalLink::keep);
+    if (!to) return to.error();
+    if (to.value().item) return errorFor(EEXIST);
+    if (holds(*from.value().item, to.value().folder.get())) return errorFor(EINVAL);
+    if (to.value().folder->immutable) return errorFor(EPERM);
+    if (!to.value().folder->writable) return errorFor(EACCES);
+    to.value().folder->entries.emplace_back(to.value().name, copyOf(*from.value().item));
     return {};
 }
 

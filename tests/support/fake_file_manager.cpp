@@ -4,6 +4,8 @@
 #include <sstream>
 #include <utility>
 
+#include "kit/base/components.h"
+
 namespace quorvane::testing {
 namespace {
 
@@ -33,6 +35,38 @@ std::string bytesText(std::string_view bytes) {
     return " " + std::to_string(bytes.size()) + " bytes";
 }
 
+/// The walk as the kit would make it with the other operations.
+class Walk {
+public:
+    using Answer = platform::TreeVisitor::Answer;
+
+    Walk(FakeDisk& disk, platform::ItemSizes sizes, platform::TreeVisitor& visitor)
+        : disk_(disk), sizes_(sizes), visitor_(visitor) {}
+
+    /// False when the visitor stopped it.
+    bool folder(const Path& path, std::string_view name) {
+        const Answer answer = visitor_.enterFolder(name, disk_.existence(path).identity);
+        if (answer != Answer::goOn) return answer == Answer::skip;
+        const auto names = disk_.contentsOfDirectory(path);
+        for (const std::string& below : names ? names.value() : std::vector<std::string>())
+            if (!entry(joinPath(path, below), below)) return false;
+        visitor_.leaveFolder();
+        return true;
+    }
+
+private:
+    bool entry(const Path& path, const std::string& name) {
+        if (disk_.existence(path).isDirectory) return folder(path, name);
+        const auto attributes = disk_.attributes(path);
+        const bool tells = sizes_ == platform::ItemSizes::told && attributes;
+        return visitor_.meetItem(name, tells ? attributes.value().size : 0) != Answer::stop;
+    }
+
+    FakeDisk& disk_;
+    platform::ItemSizes sizes_;
+    platform::TreeVisitor& visitor_;
+};
+
 } // namespace
 
 FakeFileManager::FakeFileManager(std::shared_ptr<FakeDisk> disk, std::shared_ptr<Journal> journal,
@@ -53,6 +87,19 @@ platform::Result<std::vector<std::string>> FakeFileManager::contentsOfDirectory(
     return disk_->contentsOfDirectory(path);
 }
 
+platform::Result<Path> FakeFileManager::linkDestination(const Path& path) {
+    tellQuery("linkDestination", path);
+    return disk_->linkDestination(path);
+}
+
+platform::Result<void> FakeFileManager::walkTree(const Path& folder, platform::ItemSizes sizes,
+                                                 platform::TreeVisitor& visitor) {
+    tellQuery("walk", folder);
+    if (auto error = disk_->scriptedFailure("walkTree", folder)) return *error;
+    if (disk_->existence(folder).isDirectory) Walk(*disk_, sizes, visitor).folder(folder, {});
+    return {};
+}
+
 platform::Result<void> FakeFileManager::removeItem(const Path& path) {
     journal_->add("files.remove " + path);
     return disk_->removeItem(path);
@@ -61,6 +108,11 @@ platform::Result<void> FakeFileManager::removeItem(const Path& path) {
 platform::Result<void> FakeFileManager::moveItem(const Path& source, const Path& destination) {
     journal_->add("files.move " + source + " -> " + destination);
     return disk_->moveItem(source, destination);
+}
+
+platform::Result<void> FakeFileManager::copyItem(const Path& source, const Path& destination) {
+    journal_->add("files.copy " + source + " -> " + destination);
+    return disk_->copyItem(source, destination);
 }
 
 platform::Result<void> FakeFileManager::createDirectories(const Path& path) {

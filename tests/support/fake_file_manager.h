@@ -16,12 +16,14 @@ enum class JournalQueries : bool { no, yes };
 /// Each call adds one line to the journal before it is performed:
 ///     files.remove /a
 ///     files.move /a -> /b
+///     files.copy /a -> /b
 ///     files.createDirectories /a/b
 ///     files.setAttributes /a immutable=no permissions=755 creationDate=1.5 modificationDate=2
 ///     files.writeAtomically /a 12 bytes
 ///     files.open /a, files.seekToEnd /a, files.write /a 12 bytes, files.close /a
-/// and, when queries are asked for, files.exists, files.list, files.attributes, files.isWritable
-/// and files.isExecutable with the path. Dates are seconds since the start of 1970.
+/// and, when queries are asked for, files.exists, files.list, files.attributes,
+/// files.linkDestination, files.walk, files.isWritable and files.isExecutable with the path. Dates
+/// are seconds since the start of 1970.
 class FakeFileManager : public platform::FileManager {
 public:
     FakeFileManager(std::shared_ptr<FakeDisk> disk, std::shared_ptr<Journal> journal,
@@ -29,8 +31,12 @@ public:
 
     platform::Existence existence(const Path& path) override;
     platform::Result<std::vector<std::string>> contentsOfDirectory(const Path& path) override;
+    platform::Result<Path> linkDestination(const Path& path) override;
+    platform::Result<void> walkTree(const Path& folder, platform::ItemSizes sizes,
+                                    platform::TreeVisitor& visitor) override;
     platform::Result<void> removeItem(const Path& path) override;
     platform::Result<void> moveItem(const Path& source, const Path& destination) override;
+    platform::Result<void> copyItem(const Path& source, const Path& destination) override;
     platform::Result<void> createDirectories(const Path& path) override;
     platform::Result<platform::ItemAttributes> attributes(const Path& path) override;
     platform::Result<void> setAttributes(const Path& path,

@@ -23,9 +23,13 @@ public:
     /// Lets bundlePath answer this path for the identifier.
     void addBundle(const std::string& identifier, const Path& path);
 
+    /// Mount points, in the order of the answer; at first the start-up volume's alone.
+    std::vector<Path> volumes = {"/"};
+
     platform::Result<void> recycle(const Path& sourceFolder, const Path& destinationFolder,
                                    const std::vector<std::string>& names) override;
     MaybePath bundlePath(const std::string& identifier) override;
+    std::vector<Path> mountedLocalVolumes() override { return volumes; }
     /// A folder with one of the extensions app, bundle, plugin, kext, prefPane, pkg, in any case.
     bool isFilePackage(const Path& path) override;
     void noteFileSystemChanged(const Path& path) override;

@@ -16,11 +16,14 @@ namespace quorvane::testing {
 class FileManagerTest : public ::testing::Test {
 protected:
     FileManagerTest() : log(system) {
-        for (const Path tool : {"/bin/rm", "/bin/mv", "/usr/bin/touch"}) {
-            system.disk->addFile(tool, "#!");
-            system.disk->setPermissions(tool, 0755);
-            system.processes->script(tool, {});
-        }
+        for (const Path tool : {"/bin/rm", "/bin/mv", "/bin/cp", "/bin/mkdir", "/usr/bin/touch"})
+            addTool(tool, {});
+    }
+
+    void addTool(const Path& path, FakeTool tool) {
+        system.disk->addFile(path, "#!");
+        system.disk->setPermissions(path, 0755);
+        system.processes->script(path, std::move(tool));
     }
 
     std::vector<std::string> recycled() { return system.journal->entries("workspace.recycle"); }

@@ -115,6 +115,18 @@ TEST_F(Removal, AFolderThatCannotBeListedCountsAsEmpty) {
     EXPECT_TRUE(QVFileManager::isFolderEmpty("/d"));
 }
 
+TEST_F(Removal, AFolderOfTheDesktopsNameDoesNotMatterWhateverItHolds) {
+    system.disk->addFile("/d/.DS_Store/file");
+    EXPECT_TRUE(QVFileManager::isFolderEmpty("/d"));
+}
+
+TEST_F(Removal, AFolderThatCouldNotBeLookedThroughIsNotRemoved) {
+    system.disk->addFolder("/d");
+    system.disk->failAlways("walkTree", "/d", {24, "Too many open files"});
+    EXPECT_FALSE(QVFileManager::removeFolderIfEmpty("/d"));
+    EXPECT_TRUE(system.disk->contains("/d"));
+}
+
 TEST_F(Removal, RemovesEmptyFoldersOnly) {
     system.disk->addFolder("/empty/sub");
     system.disk->addFile("/full/a");

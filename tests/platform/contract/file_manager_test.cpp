@@ -140,6 +140,12 @@ TEST_P(FileManagerContract, MovingNeverReplaces) {
     EXPECT_TRUE(world().isLink(path("dangling")));
 }
 
+TEST_P(FileManagerContract, AnItemMovedToItsOwnPathStays) {
+    world().addFile(path("file"), "content");
+    EXPECT_TRUE(files().moveItem(path("file"), path("file/")).ok());
+    EXPECT_EQ(world().content(path("file")), "content");
+}
+
 TEST_P(FileManagerContract, MovingFailsWithoutSourceOrFolder) {
     world().addFile(path("file"), "content");
     world().addFolder(path("folder"));

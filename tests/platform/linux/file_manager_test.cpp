@@ -148,17 +148,5 @@ TEST_F(LinuxFileManager, ReadOnlyVolumesStayAsTheyAre) {
     });
 }
 
-TEST_F(LinuxFileManager, NeverMovesToAnotherVolume) {
-    QV_NEEDS_SUPERUSER();
-    const Path file = scratch_.addFile("file", "kept");
-    const Path volume = scratch_.addFolder("volume");
-    inPrivateMounts([&] {
-        mountVolume("tmpfs", volume);
-        EXPECT_EQ(files_->moveItem(file, volume + "/file").error().code, EXDEV);
-        EXPECT_THAT(names("volume"), IsEmpty());
-        EXPECT_EQ(contentOf(file), "kept");
-    });
-}
-
 } // namespace
 } // namespace quorvane::testing

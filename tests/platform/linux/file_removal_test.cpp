@@ -5,22 +5,20 @@
 #include <thread>
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <gmock/gmock.h>
 
 #include "platform/linux/file_manager.h"
-#include "platform/linux/posix.h"
 #include "tests/platform/linux/child_process.h"
+#include "tests/platform/linux/folder_chain.h"
 #include "tests/platform/linux/scratch_folder.h"
 
 namespace quorvane::testing {
 namespace {
 
 namespace fs = std::filesystem;
-using platform::linux_::Descriptor;
 
 class FileRemoval : public ::testing::Test {
 protected:
@@ -35,28 +33,12 @@ protected:
     std::unique_ptr<platform::FileManager> files_ = platform::linux_::makeFileManager();
 };
 
-enum class ChainHolds : bool { folders, foldersAndFiles };
-
-/// Makes a folder in a folder in a folder, far below what one path can name.
-void addChain(const Path& top, int depth, ChainHolds holds) {
-    Descriptor folder(open(top.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    for (int level = 0; level < depth; ++level) {
-        ASSERT_EQ(mkdirat(folder.get(), "below", 0755), 0);
-        if (holds == ChainHolds::foldersAndFiles) {
-            ASSERT_EQ(mknodat(folder.get(), "file", S_IFREG | 0644, 0), 0);
-        }
-        folder = Descriptor(openat(folder.get(), "below", O_PATH | O_DIRECTORY | O_CLOEXEC));
-    }
-}
-
 TEST_F(FileRemoval, RemovesTenThousandLevelsWithFewDescriptors) {
     addChain(scratch_.addFolder("deep"), 10'000, ChainHolds::folders);
-    rlimit usual{};
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &usual), 0);
-    const rlimit few{64, usual.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
-    EXPECT_TRUE(remove("deep").ok());
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &usual), 0);
+    {
+        const FewDescriptors few(64);
+        EXPECT_TRUE(remove("deep").ok());
+    }
     EXPECT_FALSE(contains("deep"));
 }
 

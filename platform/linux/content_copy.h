@@ -1,0 +1,17 @@
+// Copying what files hold.
+#pragma once
+
+#include "platform/Values.h"
+
+namespace quorvane::platform::linux_ {
+
+/// Copies the content of an open regular file to an empty one: shared by both where the file system
+/// can do that, else moved by the kernel where it can. Holes stay holes. What is written to the
+/// source beyond its size at the start is not copied.
+Result<void> copyContent(int source, int destination);
+
+/// Copies extended attributes. Those that the destination's file system does not keep are left out,
+/// and so are the system's own where the process may not set them.
+Result<void> copyExtendedAttributes(int source, int destination);
+
+} // namespace quorvane::platform::linux_

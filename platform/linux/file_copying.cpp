@@ -1,0 +1,258 @@
+#include "platform/linux/file_copying.h"
+
+#include <array>
+#include <climits>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/linux/content_copy.h"
+#include "platform/linux/directory.h"
+#include "platform/linux/file_moving.h"
+#include "platform/linux/file_removal.h"
+#include "platform/linux/folder_trail.h"
+#include "platform/linux/posix.h"
+#include "platform/linux/temporary_name.h"
+
+namespace quorvane::platform::linux_ {
+namespace {
+
+constexpr mode_t kPermissionBits = 07777;
+constexpr mode_t kPlainPermissionBits = 01777; // without the set-id bits
+constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+
+Descriptor openAt(int folder, const char* name, int flags, mode_t mode = 0) {
+    return Descriptor(retryInterrupted([&] { return openat(folder, name, flags, mode); }));
+}
+
+std::array<timespec, 2> timesOf(const struct stat& status) {
+    return {status.st_atim, status.st_mtim};
+}
+
+/// The mode that a copy gets: what runs with its owner's rights must not do so with another's.
+mode_t modeFor(const struct stat& status, bool keepsOwner) {
+    return status.st_mode & (keepsOwner ? kPermissionBits : kPlainPermissionBits);
+}
+
+/// Gives an open file or folder what its source has beside its content. The owner stays the
+/// process's user where that may not give items away.
+Result<void> keepAttributes(int source, int copy, const struct stat& status, mode_t atLeast = 0) {
+    const bool keepsOwner = fchown(copy, status.st_uid, status.st_gid) == 0;
+    if (auto copied = copyExtendedAttributes(source, copy); !copied) return copied;
+    if (fchmod(copy, modeFor(status, keepsOwner) | atLeast) != 0) return systemError();
+    if (futimens(copy, timesOf(status).data()) != 0) return systemError();
+    return {};
+}
+
+/// The same for links and for what must not be opened.
+Result<void> keepAttributesOfNode(int folder, const char* name, const struct stat& status) {
+    const bool keepsOwner =
+        fchownat(folder, name, status.st_uid, status.st_gid, AT_SYMLINK_NOFOLLOW) == 0;
+    if (!S_ISLNK(status.st_mode) &&
+        fchmodat(folder, name, modeFor(status, keepsOwner), AT_SYMLINK_NOFOLLOW) != 0)
+        return systemError();
+    if (utimensat(folder, name, timesOf(status).data(), AT_SYMLINK_NOFOLLOW) != 0)
+        return systemError();
+    return {};
+}
+
+class TreeCopy {
+public:
+    /// Copies the item at a place into another folder, under a name that is free there.
+    Result<void> copy(ItemPlace source, Descriptor folder, const std::string& name);
+
+private:
+    /// A folder on the way down; the first one holds the item itself.
+    struct Level {
+        std::string name;
+        struct stat status;
+        std::vector<DirectoryEntry> pending;
+    };
+    /// A folder that its owner may not change, or not even look into, in the end.
+    struct ClosedFolder {
+        std::string path;
+        mode_t mode;
+    };
+
+    Result<void> copyEntry(const std::string& name, const std::string& as);
+    Result<void> copyFile(const char* name, const char* as);
+    Result<void> copyLink(const char* name, const char* as, const struct stat& status);
+    Result<void> copyNode(const char* as, const struct stat& status);
+    Result<void> enter(const std::string& name, const std::string& as, const struct stat& status);
+    Result<void> leave();
+    Result<void> closeFolders();
+
+    FolderTrail sources_;
+    FolderTrail copies_;
+    std::vector<Level> levels_;
+    std::vector<ClosedFolder> closedFolders_;
+};
+
+Result<void> TreeCopy::copy(ItemPlace source, Descriptor folder, const std::string& name) {
+    const Result<FolderIdentity> from = identify(source.folder);
+    if (!from) return from.error();
+    const Result<FolderIdentity> to = identify(folder);
+    if (!to) return to.error();
+    sources_.enter(std::move(source.folder), from.value());
+    copies_.enter(std::move(folder), to.value());
+    levels_.push_back({});
+    Result<void> done = copyEntry(source.name, name);
+    while (done && levels_.size() > 1) {
+        std::vector<DirectoryEntry>& pending = levels_.back().pending;
+        if (pending.empty()) {
+            done = leave();
+        } else {
+            const std::string next = std::move(pending.back().name);
+            pending.pop_back();
+            done = copyEntry(next, next);
+        }
+    }
+    return done ? closeFolders() : done;
+}
+
+Result<void> TreeCopy::copyEntry(const std::string& name, const std::string& as) {
+    struct stat status {};
+    if (fstatat(sources_.folder(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+        return systemError();
+    if (S_ISDIR(status.st_mode)) return enter(name, as, status);
+    if (S_ISREG(status.st_mode)) return copyFile(name.c_str(), as.c_str());
+    if (S_ISLNK(status.st_mode)) return copyLink(name.c_str(), as.c_str(), status);
+    return copyNode(as.c_str(), status);
+}
+
+Result<void> TreeCopy::copyFile(const char* name, const char* as) {
+    // Without blocking: it may have become a FIFO just now.
+    const Descriptor source =
+        openAt(sources_.folder(), name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (!source) return systemError();
+    struct stat status {};
+    if (fstat(source.get(), &status) != 0) return systemError();
+    if (!S_ISREG(status.st_mode)) return systemError(ESTALE);
+    Descriptor copy =
+        openAt(copies_.folder(), as, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+               S_IRUSR | S_IWUSR);
+    if (!copy) return systemError();
+    if (auto copied = copyContent(source.get(), copy.get()); !copied) return copied;
+    if (auto kept = keepAttributes(source.get(), copy.get(), status); !kept) return kept;
+    // Some file systems tell only now that the disk is full.
+    if (close(copy.release()) != 0 && errno != EINTR) return systemError();
+    return {};
+}
+
+Result<void> TreeCopy::copyLink(const char* name, const char* as, const struct stat& status) {
+    std::string target(PATH_MAX, '\0'); // no link is longer
+    const ssize_t size = readlinkat(sources_.folder(), name, target.data(), target.size());
+    if (size < 0) return systemError();
+    target.resize(static_cast<std::size_t>(size));
+    if (symlinkat(target.c_str(), copies_.folder(), as) != 0) return systemError();
+    return keepAttributesOfNode(copies_.folder(), as, status);
+}
+
+Result<void> TreeCopy::copyNode(const char* as, const struct stat& status) {
+    const mode_t mode = (status.st_mode & S_IFMT) | S_IRUSR | S_IWUSR;
+    if (mknodat(copies_.folder(), as, mode, status.st_rdev) != 0) return systemError();
+    return keepAttributesOfNode(copies_.folder(), as, status);
+}
+
+Result<void> TreeCopy::enter(const std::string& name, const std::string& as,
+                             const struct stat& status) {
+    Descriptor source = openAt(sources_.folder(), name.c_str(), kFolderFlags);
+    if (!source) return systemError();
+    const Result<FolderIdentity> from = identify(source);
+    if (!from) return from.error();
+    Result<std::vector<DirectoryEntry>> entries = readEntries(source.get());
+    if (!entries) return entries.error();
+    if (mkdirat(copies_.folder(), as.c_str(), S_IRWXU) != 0) return systemError();
+    Descriptor copy = openAt(copies_.folder(), as.c_str(), kFolderFlags);
+    if (!copy) return systemError();
+    const Result<FolderIdentity> to = identify(copy);
+    if (!to) return to.error();
+    sources_.enter(std::move(source), from.value());
+    copies_.enter(std::move(copy), to.value());
+    levels_.push_back({as, status, std::move(entries.value())});
+    return {};
+}
+
+/// Completes a folder and goes up. Its owner may change it until all is copied: a copy that fails
+/// must be removable.
+Result<void> TreeCopy::leave() {
+    const Descriptor source = openAt(sources_.folder(), ".", kFolderFlags);
+    if (!source) return systemError();
+    const Descriptor copy = openAt(copies_.folder(), ".", kFolderFlags);
+    if (!copy) return systemError();
+    const struct stat& status = levels_.back().status;
+    if (auto kept = keepAttributes(source.get(), copy.get(), status, S_IRWXU); !kept) return kept;
+    if ((status.st_mode & S_IRWXU) != S_IRWXU) {
+        std::string path = ".";
+        for (std::size_t level = 1; level < levels_.size(); ++level)
+            path += "/" + levels_[level].name;
+        const mode_t missing = S_IRWXU & ~status.st_mode;
+        struct stat kept {};
+        if (fstat(copy.get(), &kept) != 0) return systemError();
+        closedFolders_.push_back({std::move(path), kept.st_mode & kPermissionBits & ~missing});
+    }
+    levels_.pop_back();
+    if (auto left = sources_.leave(); !left) return left;
+    return copies_.leave();
+}
+
+/// Inner folders stand before those that hold them.
+Result<void> TreeCopy::closeFolders() {
+    for (const ClosedFolder& folder : closedFolders_)
+        if (fchmodat(copies_.folder(), folder.path.c_str(), folder.mode, 0) != 0)
+            return systemError();
+    return {};
+}
+
+/// Whether a folder is the source, or lies below it.
+Result<bool> liesWithin(const Descriptor& folder, const struct stat& source) {
+    Descriptor above = openAt(folder.get(), ".", O_PATH | O_DIRECTORY | O_CLOEXEC);
+    struct stat status {};
+    while (above && fstat(above.get(), &status) == 0) {
+        if (status.st_dev == source.st_dev && status.st_ino == source.st_ino) return true;
+        const struct stat below = status;
+        above = openAt(above.get(), "..", O_PATH | O_DIRECTORY | O_CLOEXEC);
+        if (!above || fstat(above.get(), &status) != 0) break;
+        if (status.st_dev == below.st_dev && status.st_ino == below.st_ino)
+            return false; // the root
+    }
+    return systemError();
+}
+
+Result<void> checkPlaces(const ItemPlace& source, const ItemPlace& destination) {
+    struct stat status {};
+    const int noFollow = AT_SYMLINK_NOFOLLOW;
+    if (fstatat(destination.folder.get(), destination.name.c_str(), &status, noFollow) == 0)
+        return systemError(EEXIST);
+    if (errno != ENOENT) return systemError();
+    if (fstatat(source.folder.get(), source.name.c_str(), &status, noFollow) != 0)
+        return systemError();
+    if (!S_ISDIR(status.st_mode)) return {};
+    const Result<bool> within = liesWithin(destination.folder, status);
+    if (!within) return within.error();
+    return within.value() ? Result<void>(systemError(EINVAL)) : Result<void>();
+}
+
+} // namespace
+
+Result<void> copyTree(const Path& source, const Path& destination) {
+    Result<ItemPlace> from = openParent(source);
+    if (!from) return from.error();
+    Result<ItemPlace> to = openParent(destination);
+    if (!to) return to.error();
+    if (auto checked = checkPlaces(from.value(), to.value()); !checked) return checked;
+    const std::string name = temporaryName();
+    const Path plain = systemPath(destination).value();
+    const Path unfinished = plain.substr(0, plain.rfind('/') + 1) + name;
+    Result<void> done =
+        TreeCopy().copy(std::move(from.value()), std::move(to.value().folder), name);
+    if (done) done = renameItem(unfinished, plain);
+    if (!done) (void)removeTree(unfinished);
+    return done;
+}
+
+} // namespace quorvane::platform::linux_

@@ -1,0 +1,13 @@
+// Copying items and trees.
+#pragma once
+
+#include "platform/Values.h"
+
+namespace quorvane::platform::linux_ {
+
+/// As FileManager::copyItem. The copy is made under a hidden name beside its destination and takes
+/// its own name when it is whole. Walks by descriptor, few of them open at a time. EINVAL for a
+/// copy into the source itself.
+Result<void> copyTree(const Path& source, const Path& destination);
+
+} // namespace quorvane::platform::linux_
