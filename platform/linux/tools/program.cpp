@@ -3,6 +3,8 @@
 #include <filesystem>
 #include <iostream>
 
+#include <sys/stat.h>
+
 #include "platform/linux/posix.h"
 
 namespace quorvane::platform::linux_::tools {
@@ -44,6 +46,12 @@ int run(const Program& program, int count, const char* const* texts) {
 Path absolutePath(const Path& path) {
     if (path.empty()) throw Failure("\"\"", systemError(ENOENT));
     return std::filesystem::absolute(path);
+}
+
+mode_t withoutMask(mode_t permissions) {
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    return permissions & ~mask;
 }
 
 } // namespace quorvane::platform::linux_::tools

@@ -6,6 +6,8 @@
 #include <stdexcept>
 #include <string>
 
+#include <sys/types.h>
+
 #include "platform/Values.h"
 
 namespace quorvane::platform::linux_::tools {
@@ -57,5 +59,8 @@ int run(const Program& program, int count, const char* const* texts);
 
 /// An absolute path to the item, links and ".." parts as they stand. Fails for an empty path.
 Path absolutePath(const Path& path);
+
+/// The permissions that new items get of those given.
+mode_t withoutMask(mode_t permissions);
 
 } // namespace quorvane::platform::linux_::tools
