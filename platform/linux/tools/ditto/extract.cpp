@@ -13,6 +13,7 @@
 
 #include "platform/linux/file_removal.h"
 #include "platform/linux/posix.h"
+#include "platform/linux/tools/ditto/archive_error.h"
 #include "platform/linux/tools/ditto/zip_reader.h"
 
 namespace quorvane::platform::linux_::tools::ditto {
@@ -101,11 +102,6 @@ bool isFolderItself(const std::filesystem::path& name) {
     return std::all_of(name.begin(), name.end(), [](const std::filesystem::path& part) {
         return part.empty() || part == ".";
     });
-}
-
-std::string reasonOf(archive* disk) {
-    const char* reason = archive_error_string(disk);
-    return reason == nullptr ? "cannot be written" : reason;
 }
 
 class Extraction {

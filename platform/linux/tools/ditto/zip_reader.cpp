@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/linux/tools/ditto/archive_error.h"
 #include "platform/linux/tools/ditto/interruption.h"
 #include "platform/linux/tools/program.h"
 
@@ -25,11 +26,6 @@ bool isEmptyArchive(const Descriptor& file) {
     const ssize_t size = ::pread(file.get(), start.data(), start.size(), 0);
     return size == static_cast<ssize_t>(kEmptyArchive.size()) &&
            std::string_view(start.data(), start.size()) == kEmptyArchive;
-}
-
-std::string reasonOf(archive* which) {
-    const char* reason = archive_error_string(which);
-    return reason == nullptr ? "the archive is damaged" : reason;
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "platform/linux/posix.h"
+#include "platform/linux/tools/ditto/archive_error.h"
 #include "platform/linux/tools/ditto/interruption.h"
 #include "platform/linux/tools/program.h"
 #include "platform/linux/tools/utf8.h"
@@ -94,8 +95,7 @@ void ZipWriter::addHeader(const std::string& name, const struct stat& status,
 
 void ZipWriter::check(int result) const {
     if (result == ARCHIVE_OK || result == ARCHIVE_WARN) return;
-    const char* reason = archive_error_string(writer_.get());
-    throw Failure(reason == nullptr ? "the archive cannot be written" : reason);
+    throw Failure(reasonOf(writer_.get()));
 }
 
 } // namespace quorvane::platform::linux_::tools::ditto
