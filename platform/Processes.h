@@ -12,11 +12,18 @@ namespace quorvane::platform {
 class Pipe {
 public:
     virtual ~Pipe() = default;
-    /// Whatever is there to read; blocks until something is or all writing ends are closed, which
-    /// reads as empty. One thread. Throws Exception on a read error.
-    virtual Bytes availableData() = 0;
-    /// Closes the reading end. Later reads are empty; one under way on another thread may go on
-    /// until there is something to read or all writing ends are closed. Any thread.
+    /// Appends whatever is there to read to the buffer; blocks until something is. False at the
+    /// end, when all writing ends or the reading end are closed. The buffer may be given ample room
+    /// for more. One thread. Throws Exception on a read error.
+    virtual bool appendAvailableData(Bytes& buffer) = 0;
+    /// The same by itself; empty at the end.
+    Bytes availableData() {
+        Bytes data;
+        appendAvailableData(data);
+        return data;
+    }
+    /// Closes the reading end: later reads, and one under way on another thread, find the end. Any
+    /// thread.
     virtual void closeReading() = 0;
 };
 
@@ -44,7 +51,7 @@ struct LaunchDescription {
 };
 
 /// A child process. Letting go of the last reference neither ends nor waits for the child; it is
-/// reaped when it ends. Any thread, but `launch` once and before the others.
+/// reaped when it ends. Any thread; `launch` once.
 class Process {
 public:
     virtual ~Process() = default;

@@ -3,13 +3,16 @@
 
 #include <functional>
 
+#include "platform/Values.h"
+
 namespace quorvane::platform {
 
 /// Any thread.
 class Queues {
 public:
     virtual ~Queues() = default;
-    /// Runs the operation on a new thread of its own, which ends with it.
+    /// Runs the operation on a new thread of its own, which ends with it. Throws Exception with the
+    /// system's reason when no thread can be started.
     virtual void detachThread(std::function<void()> operation) = 0;
     /// Puts the calling thread to sleep.
     virtual void sleepFor(double seconds) = 0;

@@ -144,6 +144,17 @@ std::string replaceInvalidBytes(std::string_view bytes) {
     return result;
 }
 
+std::string encodeCharacter(std::uint64_t number) {
+    if (number > 0x10FFFF || (number >= 0xD800 && number <= 0xDFFF)) number = 0xFFFD;
+    const auto tail = [number](unsigned shift) {
+        return static_cast<char>(0x80U | ((number >> shift) & 0x3FU));
+    };
+    if (number < 0x80) return {static_cast<char>(number)};
+    if (number < 0x800) return {static_cast<char>(0xC0U | (number >> 6U)), tail(0)};
+    if (number < 0x10000) return {static_cast<char>(0xE0U | (number >> 12U)), tail(6), tail(0)};
+    return {static_cast<char>(0xF0U | (number >> 18U)), tail(12), tail(6), tail(0)};
+}
+
 std::string replaceAll(std::string_view text, std::string_view piece,
                        std::string_view replacement) {
     std::string result;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -28,6 +29,9 @@ bool isValidUtf8(std::string_view bytes);
 
 /// The bytes with each one that is no part of valid UTF-8 replaced by U+FFFD.
 std::string replaceInvalidBytes(std::string_view bytes);
+
+/// The character with this number, in UTF-8; U+FFFD for numbers that are none.
+std::string encodeCharacter(std::uint64_t number);
 
 /// The text with every occurrence of a piece replaced, from left to right, in one pass.
 std::string replaceAll(std::string_view text, std::string_view piece, std::string_view replacement);

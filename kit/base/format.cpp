@@ -300,18 +300,6 @@ void writeReal(std::string& output, const Conversion& conversion, double number)
         conversion.zero && std::isfinite(number));
 }
 
-/// The character with this number, in UTF-8; U+FFFD for numbers that are none.
-std::string encodeCharacter(std::uint64_t number) {
-    if (number > 0x10FFFF || (number >= 0xD800 && number <= 0xDFFF)) number = 0xFFFD;
-    const auto tail = [number](unsigned shift) {
-        return static_cast<char>(0x80U | ((number >> shift) & 0x3FU));
-    };
-    if (number < 0x80) return {static_cast<char>(number)};
-    if (number < 0x800) return {static_cast<char>(0xC0U | (number >> 6U)), tail(0)};
-    if (number < 0x10000) return {static_cast<char>(0xE0U | (number >> 12U)), tail(6), tail(0)};
-    return {static_cast<char>(0xF0U | (number >> 18U)), tail(12), tail(6), tail(0)};
-}
-
 /// A number in its usual form, for the text conversions.
 template <class Number>
 void writeDescription(std::string& output, const Conversion& conversion, Number number) {

@@ -2,7 +2,10 @@
 
 #include "kit/tasks/QVTaskEx.h"
 
+#include <utility>
+
 #include "kit/log/QVLog.h"
+#include "kit/tasks/messages.h"
 #include "platform/FileManager.h"
 #include "platform/Services.h"
 #include "platform/Workspace.h"
@@ -14,8 +17,6 @@ using platform::LaunchDescription;
 using platform::Pipe;
 using platform::Process;
 using platform::StandardStream;
-
-constexpr const char* kExceptionMessage = "Exception running task %@: %@";
 
 platform::Processes& processes() { return *platform::services().processes; }
 
@@ -61,11 +62,7 @@ public:
     const std::shared_ptr<Pipe>& pipe() const { return pipe_; }
 
     /// Appends what is there to read; false at the end of the stream.
-    bool appendTo(Bytes& buffer) {
-        const Bytes chunk = pipe_->availableData();
-        buffer += chunk;
-        return !chunk.empty();
-    }
+    bool appendTo(Bytes& buffer) { return pipe_->appendAvailableData(buffer); }
 
 private:
     std::shared_ptr<Pipe> pipe_;
@@ -91,7 +88,7 @@ Bytes captureRun(const Path& tool, const Arguments& arguments, TaskSlot* task,
     // the run with it, until a time-out ends the tool.
     while ((logOutput && outputEnd.appendTo(output)) || (logError && errorEnd.appendTo(error))) {
     }
-    return output.empty() ? error : output;
+    return output.empty() ? std::move(error) : std::move(output);
 }
 
 } // namespace
@@ -115,7 +112,7 @@ bool QVTaskEx::runTask(const MaybePath& tool, const Arguments& arguments, TaskSl
         process->waitUntilExit();
         return true;
     } catch (const platform::Exception& exception) {
-        QVLog::appendLog(kExceptionMessage, tool, exception.reason());
+        QVLog::appendLog(kTaskExceptionMessage, tool, exception.reason());
         return false;
     }
 }
@@ -125,7 +122,7 @@ void QVTaskEx::runTaskAndReturn(const MaybePath& tool, const Arguments& argument
     try {
         makeProcess(nullptr)->launch(discardingOutput(tool, arguments));
     } catch (const platform::Exception& exception) {
-        QVLog::appendLogAndPrint(kExceptionMessage, tool, exception.reason());
+        QVLog::appendLogAndPrint(kTaskExceptionMessage, tool, exception.reason());
     }
 }
 
@@ -138,7 +135,7 @@ std::optional<Bytes> QVTaskEx::dataFromTask(const MaybePath& tool, const Argumen
         return captureRun(*tool, arguments, task, environment, logOutput == LogOutput::yes,
                           logError == LogError::yes);
     } catch (const platform::Exception& exception) {
-        QVLog::appendLogAndPrint(kExceptionMessage, tool, exception.reason());
+        QVLog::appendLogAndPrint(kTaskExceptionMessage, tool, exception.reason());
         return std::nullopt;
     }
 }

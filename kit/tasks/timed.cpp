@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "kit/log/QVLog.h"
+#include "kit/tasks/messages.h"
 #include "platform/Application.h"
 #include "platform/Queues.h"
 #include "platform/Services.h"
@@ -31,7 +32,12 @@ int QVTaskEx::terminationCodeFromTask(const MaybePath& tool, const Arguments& ar
 
 void QVTaskEx::runTaskOnInstance(const MaybePath& tool, const Arguments& arguments,
                                  TaskTimeout timeout) {
-    startWatchdog(timeout);
+    try {
+        startWatchdog(timeout);
+    } catch (const platform::Exception& exception) {
+        QVLog::appendLog(kTaskExceptionMessage, tool, exception.reason());
+        return;
+    }
     theTask_.clear();
     // A slot of its own: callers rely on this form waiting for the tool's own end.
     TaskSlot hidden;
@@ -43,7 +49,12 @@ std::optional<Bytes> QVTaskEx::dataFromTaskOnInstance(const MaybePath& tool,
                                                       const Arguments& arguments,
                                                       TaskTimeout timeout, LogOutput logOutput,
                                                       LogError logError) {
-    startWatchdog(timeout);
+    try {
+        startWatchdog(timeout);
+    } catch (const platform::Exception& exception) {
+        QVLog::appendLogAndPrint(kTaskExceptionMessage, tool, exception.reason());
+        return std::nullopt;
+    }
     theTask_.clear();
     auto data = dataFromTask(tool, arguments, &theTask_, std::nullopt, logOutput, logError);
     theTask_.clear();

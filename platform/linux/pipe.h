@@ -16,7 +16,7 @@ public:
     /// Throws Exception when the process is out of descriptors.
     LinuxPipe();
 
-    Bytes availableData() override;
+    bool appendAvailableData(Bytes& buffer) override;
     void closeReading() override;
     void closeWriting();
 
@@ -25,7 +25,13 @@ public:
     std::shared_ptr<Descriptor> writingEnd() const;
 
 private:
+    std::shared_ptr<Descriptor> beginReading();
+    bool endReading();
+    void enlarge(const Descriptor& end);
+
+    bool isLarge_ = false; ///< the reading thread's
     mutable std::mutex mutex_;
+    bool isReading_ = false;
     std::shared_ptr<Descriptor> readingEnd_;
     std::shared_ptr<Descriptor> writingEnd_;
 };

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -117,7 +116,7 @@ private:
     mutable std::mutex mutex_;
     Path path_;
     State state_ = State::made;
-    /// While the child runs. Whoever polls it holds it open.
+    /// While the child runs. Whoever waits for it holds it open.
     std::shared_ptr<Descriptor> child_;
     int status_ = kUnknownStatus;
 };
@@ -155,8 +154,11 @@ void LinuxProcess::waitUntilExit() {
         child = child_;
     }
     if (!child) return;
-    pollfd ended{child->get(), POLLIN, 0};
-    retryInterrupted([&] { return ::poll(&ended, 1, -1); });
+    // Several may wait, and the status is for whoever takes the lock first.
+    siginfo_t info{};
+    retryInterrupted([&] {
+        return ::waitid(P_PIDFD, static_cast<id_t>(child->get()), &info, WEXITED | WNOWAIT);
+    });
     const std::lock_guard lock(mutex_);
     reapIfEnded();
 }

@@ -1,4 +1,4 @@
-// Child processes on Linux: posix_spawn, and process descriptors for signals and waiting.
+// Child processes on Linux, by their process descriptors.
 #pragma once
 
 #include <memory>

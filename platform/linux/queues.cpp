@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <chrono>
+#include <system_error>
 #include <thread>
 #include <utility>
+
+#include "platform/linux/posix.h"
 
 namespace quorvane::platform::linux_ {
 namespace {
@@ -16,7 +19,11 @@ constexpr Seconds kLongestSleep{100.0 * 365 * 24 * 3600};
 class StandardQueues : public Queues {
 public:
     void detachThread(std::function<void()> operation) override {
-        std::thread(std::move(operation)).detach();
+        try {
+            std::thread(std::move(operation)).detach();
+        } catch (const std::system_error& error) {
+            throw Exception("ThreadException", systemError(error.code().value()).text);
+        }
     }
 
     void sleepFor(double seconds) override {

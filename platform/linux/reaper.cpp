@@ -1,33 +1,15 @@
 #include "platform/linux/reaper.h"
 
 #include <array>
-#include <csignal>
 #include <system_error>
 #include <thread>
 
 #include <sys/epoll.h>
 #include <sys/wait.h>
 
+#include "platform/linux/signals_blocked.h"
+
 namespace quorvane::platform::linux_ {
-namespace {
-
-/// Threads started during its life leave the program's signals to the program's own threads.
-class SignalsBlocked {
-public:
-    SignalsBlocked() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before_);
-    }
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
-private:
-    sigset_t before_{};
-};
-
-} // namespace
 
 Reaper& Reaper::shared() {
     // Never destroyed: its thread and late owners of processes outlive static objects.

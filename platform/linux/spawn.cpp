@@ -1,18 +1,22 @@
 #include "platform/linux/spawn.h"
 
+#include <array>
 #include <csignal>
+#include <cstddef>
 #include <utility>
 #include <vector>
 
 #include <fcntl.h>
-#include <spawn.h>
-#include <sys/eventfd.h>
+#include <sched.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-extern "C" { // which the header forgets in glibc 2.36
-#include <sys/pidfd.h>
-}
+#include "platform/linux/signals_blocked.h"
+#include "platform/linux/spawn_child.h"
+
+/// clone, by a name that the thread sanitizer does not take for a fork.
+// NOLINTNEXTLINE(*-reserved-identifier): the C library's own name
+extern "C" int __clone(int (*)(void*), void* stack, int flags, void* argument, ...) noexcept;
 
 namespace quorvane::platform::linux_ {
 namespace {
@@ -53,70 +57,23 @@ StringArray environmentArray(const Environment& environment) {
     return array;
 }
 
-/// What the child does with its descriptors before it becomes the tool.
-class FileActions {
-public:
-    explicit FileActions(const StandardDescriptors& streams) {
-        check(posix_spawn_file_actions_init(&actions_));
-        for (int target = 0; const int source : streams) connect(source, target++);
-        check(posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
-    }
-    ~FileActions() { posix_spawn_file_actions_destroy(&actions_); }
-    FileActions(const FileActions&) = delete;
-    FileActions& operator=(const FileActions&) = delete;
+/// Starts a child that shares this process's memory until it has become the tool, while the calling
+/// thread waits. Nothing is copied, so that it takes no longer from a large process.
+Result<Descriptor> startChild(ChildPlan& plan) {
+    // No more than a few system calls; no signal handler runs on it.
+    alignas(16) std::array<std::byte, 16384> stack; // NOLINT(*-member-init): it is the child's
+    int process = -1;
+    const SignalsBlocked blocked; // a handler would run in the child with its parent's memory
+    const int child = ::__clone(becomeTool, stack.data() + stack.size(),
+                                CLONE_VM | CLONE_VFORK | CLONE_PIDFD | SIGCHLD, &plan, &process);
+    if (child == -1) return systemError();
+    return Descriptor(process);
+}
 
-    const posix_spawn_file_actions_t* get() const { return &actions_; }
-    /// The error number of what could not be prepared; 0 if all could.
-    int error() const { return error_; }
-
-private:
-    void connect(int source, int target) {
-        if (source == kNullDevice)
-            check(posix_spawn_file_actions_addopen(&actions_, target, "/dev/null", O_RDWR, 0));
-        else
-            check(posix_spawn_file_actions_adddup2(&actions_, source, target));
-    }
-    void check(int code) {
-        if (error_ == 0) error_ = code;
-    }
-
-    posix_spawn_file_actions_t actions_{};
-    int error_ = 0;
-};
-
-/// The tool starts with no signal blocked and all of them doing what they do by default.
-class SpawnAttributes {
-public:
-    SpawnAttributes() : error_(posix_spawnattr_init(&attributes_)) {
-        sigset_t signals;
-        sigemptyset(&signals);
-        posix_spawnattr_setsigmask(&attributes_, &signals);
-        sigfillset(&signals);
-        posix_spawnattr_setsigdefault(&attributes_, &signals);
-        posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-    }
-    ~SpawnAttributes() { posix_spawnattr_destroy(&attributes_); }
-    SpawnAttributes(const SpawnAttributes&) = delete;
-    SpawnAttributes& operator=(const SpawnAttributes&) = delete;
-
-    const posix_spawnattr_t* get() const { return &attributes_; }
-    int error() const { return error_; }
-
-private:
-    posix_spawnattr_t attributes_{};
-    int error_;
-};
-
-/// The child's process descriptor. A child that this process cannot hold is ended and reaped: it
-/// could be neither waited for nor terminated.
-Result<Descriptor> holdChild(pid_t child) {
-    Descriptor held(::pidfd_open(child, 0));
-    if (held) return held;
-    const int code = errno;
-    ::kill(child, SIGKILL);
+void reap(const Descriptor& child) {
     siginfo_t info{};
-    retryInterrupted([&] { return ::waitid(P_PID, static_cast<id_t>(child), &info, WEXITED); });
-    return systemError(code);
+    retryInterrupted(
+        [&] { return ::waitid(P_PIDFD, static_cast<id_t>(child.get()), &info, WEXITED); });
 }
 
 } // namespace
@@ -124,24 +81,16 @@ Result<Descriptor> holdChild(pid_t child) {
 Result<Descriptor> spawn(const Path& path, const Arguments& arguments,
                          const std::optional<Environment>& environment,
                          const StandardDescriptors& streams) {
-    // Out of descriptors, it fails here, before anything is started.
-    Descriptor spare(::eventfd(0, EFD_CLOEXEC));
-    if (!spare) return systemError();
-    const FileActions actions(streams);
-    if (actions.error() != 0) return systemError(actions.error());
-    const SpawnAttributes attributes;
-    if (attributes.error() != 0) return systemError(attributes.error());
     StringArray argumentTexts = argumentArray(path, arguments);
     StringArray variables = environmentArray(environment.value_or(Environment()));
     if (argumentTexts.isCut() || variables.isCut()) return systemError(EINVAL);
 
-    pid_t child = 0;
-    const int code =
-        posix_spawn(&child, path.c_str(), actions.get(), attributes.get(), argumentTexts.pointers(),
-                    environment ? variables.pointers() : environ);
-    if (code != 0) return systemError(code);
-    spare.reset();
-    return holdChild(child);
+    ChildPlan plan{path.c_str(), argumentTexts.pointers(),
+                   environment ? variables.pointers() : environ, streams};
+    auto child = startChild(plan);
+    if (!child || plan.error == 0) return child;
+    reap(child.value());
+    return systemError(plan.error);
 }
 
 Descriptor aboveStandardStreams(Descriptor descriptor) {

@@ -88,7 +88,7 @@ Path Trash::announce(const Path& item, const Path& destination) {
     if (!home) return destination;
     const auto files = home->filesPath();
     if (!files) return destination;
-    const Path place = files.value() + "/" + name;
+    Path place = files.value() + "/" + name;
     // A folder is never replaced: what is there keeps its info. The item is moved all the same
     // where there can be none: it shows in the Trash folder then, if not in the desktop's list.
     if (!isFolder(place)) (void)home->record(item, name);

@@ -41,13 +41,13 @@ FakePipe* pipeOf(const StandardStream& stream) {
 
 } // namespace
 
-Bytes FakePipe::availableData() {
+bool FakePipe::appendAvailableData(Bytes& buffer) {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this] { return !chunks_.empty() || writingClosed_ || readingClosed_; });
-    if (readingClosed_ || chunks_.empty()) return {};
-    Bytes chunk = std::move(chunks_.front());
+    if (readingClosed_ || chunks_.empty()) return false;
+    buffer += chunks_.front();
     chunks_.pop_front();
-    return chunk;
+    return true;
 }
 
 void FakePipe::closeReading() {

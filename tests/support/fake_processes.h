@@ -35,7 +35,7 @@ struct FakeTool {
 /// A pipe whose writing end the scripted tool holds.
 class FakePipe : public platform::Pipe {
 public:
-    Bytes availableData() override;
+    bool appendAvailableData(Bytes& buffer) override;
     void closeReading() override;
 
     void write(Bytes chunk);

@@ -17,6 +17,7 @@ FakeQueues::~FakeQueues() { join(); }
 
 void FakeQueues::detachThread(std::function<void()> operation) {
     journal_.add("queues.detachThread");
+    if (refusal_) throw platform::Exception("ThreadException", *refusal_);
     if (mode_ == Detached::inlined) return operation();
     const std::lock_guard lock(mutex_);
     if (mode_ == Detached::recorded)

@@ -4,11 +4,13 @@
 #include <atomic>
 #include <functional>
 #include <mutex>
+#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include "platform/Queues.h"
+#include "platform/Values.h"
 #include "tests/support/journal.h"
 
 namespace quorvane::testing {
@@ -39,6 +41,8 @@ public:
 
     /// Set these before other threads ask.
     void setMode(Detached mode) { mode_ = mode; }
+    /// From now on no thread can be started, for this reason.
+    void refuseThreads(const std::string& reason) { refusal_ = reason; }
     /// Called in place of each sleep, on the sleeping thread: the test makes things happen here.
     void onSleep(std::function<void(double seconds)> action) { sleepAction_ = std::move(action); }
 
@@ -51,6 +55,7 @@ private:
     Journal& journal_;
     std::atomic<double> uptime_ = 0;
     Detached mode_ = Detached::onThread;
+    MaybeText refusal_;
     std::function<void(double)> sleepAction_;
     std::mutex mutex_;
     std::vector<std::function<void()>> recorded_;

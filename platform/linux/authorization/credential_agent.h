@@ -14,8 +14,8 @@ inline constexpr std::size_t kMaximumCredential = 2000;
 /// How long the agent may take to register; without a working bus it never does.
 inline constexpr std::chrono::seconds kAgentPatience{5};
 
-/// Whether polkit answers at all, which the agent program can tell. Asking the user through one that
-/// hangs would take for ever.
+/// Whether polkit answers at all, which the agent program can tell. Asking the user through one
+/// that hangs would take for ever.
 bool polkitAnswers(const Path& program, std::chrono::milliseconds patience = kAgentPatience);
 
 /// A running password agent: as long as this lives, it answers in the user's place whatever is

@@ -1,19 +1,12 @@
 // Runs of the system's own tools, on its own processes, threads and clock.
+#include "tests/kit/tasks/real_tools.h"
+
 #include <chrono>
-#include <memory>
 #include <string>
-#include <thread>
 
 #include <gmock/gmock.h>
 
-#include "kit/log/QVLog.h"
 #include "kit/tasks/QVTaskEx.h"
-#include "platform/Services.h"
-#include "platform/linux/run_loop.h"
-#include "platform/linux/services.h"
-#include "tests/platform/linux/scratch_folder.h"
-#include "tests/support/fake_identity.h"
-#include "tests/support/time_limit.h"
 
 namespace quorvane {
 namespace {
@@ -27,51 +20,7 @@ constexpr const char* kSleep = "/bin/sleep";
 constexpr const char* kSleepTimedOut = "Task /bin/sleep timed out. Terminating...\n";
 constexpr int kTerminateSignal = 15;
 
-/// What the installed services use: it stays, because watchdogs use it until the process ends.
-struct RealSystem {
-    explicit RealSystem(const Path& home) {
-        identity->home = home;
-        services.userIdentity = identity;
-        services.standardDirectories = std::make_shared<testing::FakeDirectories>(*identity);
-        platform::installServices(&services);
-    }
-
-    std::shared_ptr<platform::linux_::RunLoop> loop = std::make_shared<platform::linux_::RunLoop>();
-    std::shared_ptr<testing::FakeIdentity> identity = std::make_shared<testing::FakeIdentity>();
-    platform::Services services = platform::linux_::makeServices(loop);
-};
-
-/// The Linux services, with a home of its own for the log.
-class RealTools : public ::testing::Test {
-protected:
-    RealTools() { QVLog::createNewLog(); }
-
-    /// Performs the work on a worker while the main thread turns its loop; answers what it printed.
-    template <class Work>
-    std::string printedBy(Work work) {
-        ::testing::internal::CaptureStdout();
-        std::thread worker([&] {
-            work();
-            system_.loop->performOnMainThreadAndWait([this] { system_.loop->terminate(); });
-        });
-        system_.loop->run();
-        worker.join();
-        QVLog::finishWriting();
-        return ::testing::internal::GetCapturedStdout();
-    }
-
-    std::string log() {
-        QVLog::finishWriting();
-        const auto logs = QVLog::availableLogs();
-        return logs.empty() ? std::string() : testing::contentOf(logs.front());
-    }
-
-    static auto now() { return std::chrono::steady_clock::now(); }
-
-    const testing::TimeLimit timeLimit_;
-    const testing::ScratchFolder home_;
-    RealSystem& system_ = *new RealSystem(home_.path());
-};
+std::chrono::steady_clock::time_point now() { return std::chrono::steady_clock::now(); }
 
 TEST_F(RealTools, TimedDataFormEndsAToolThatHangs) {
     const auto start = now();

@@ -131,6 +131,20 @@ TEST_F(TimedTask, TextForms) {
     EXPECT_EQ(QVTaskEx::stringFromTask("/missing", {}, TaskTimeout(1)), "");
 }
 
+TEST_F(TimedTask, WithoutAThreadForItsWatchdogTheToolIsNotRun) {
+    installTool({});
+    system.queues->refuseThreads("Resource temporarily unavailable");
+    QVTaskEx::runTask(kTool, {}, TaskTimeout(1));
+    EXPECT_EQ(log.printed(), "");
+    EXPECT_EQ(QVTaskEx::dataFromTask(kTool, {}, TaskTimeout(1)), std::nullopt);
+    EXPECT_THROW(QVTaskEx::terminationCodeFromTask(kTool, {}, TaskTimeout(1)), platform::Exception);
+    const std::string text =
+        "Exception running task /usr/bin/tool: Resource temporarily unavailable";
+    EXPECT_THAT(log.messages(), ElementsAre(text, text));
+    EXPECT_EQ(log.printed(), text + "\n");
+    EXPECT_FALSE(system.processes->lastLaunched());
+}
+
 TEST_F(TimedTask, NonsensicalTimeoutsFireAtOnce) {
     installTool({});
     QVTaskEx::dataFromTask(kTool, {}, TaskTimeout(std::numeric_limits<double>::quiet_NaN()));

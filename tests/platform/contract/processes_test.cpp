@@ -160,6 +160,27 @@ TEST_P(ProcessesContract, ReadsNothingOnceTheReadingEndIsClosed) {
     process->waitUntilExit();
 }
 
+TEST_P(ProcessesContract, ClosingTheReadingEndWakesItsReader) {
+    const auto process = launch("/bin/sleep", {"1000"});
+    std::string read = "nothing yet";
+    std::thread reader([&] { read = output_->availableData(); });
+    output_->closeReading();
+    reader.join();
+    EXPECT_EQ(read, "");
+    EXPECT_TRUE(process->isRunning());
+    process->terminate();
+    process->waitUntilExit();
+}
+
+TEST_P(ProcessesContract, AppendsWhatItReads) {
+    const auto process = launch("/bin/sh", {"-c", "echo out; echo err >&2; exit 3"});
+    Bytes text = "before ";
+    while (output_->appendAvailableData(text)) {
+    }
+    EXPECT_EQ(text, "before out\n");
+    process->waitUntilExit();
+}
+
 TEST_P(ProcessesContract, WakesReadersAndWaitersWhenTheProcessEnds) {
     const auto process = launch("/bin/sleep", {"1000"});
     std::string read = "nothing yet";

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -102,9 +103,6 @@ std::size_t openDescriptors() {
     return count;
 }
 
-/// The C library keeps two signals for its threads, 32 and 33, and sets them as it likes.
-constexpr std::uint64_t kThreadLibrarySignals = 0x180000000;
-
 /// A line of signals, such as "SigIgn", in the text of /proc/PID/status.
 std::uint64_t signalSet(const std::string& status, const std::string& line) {
     const std::size_t start = status.find("\n" + line + ":\t");
@@ -167,7 +165,7 @@ TEST_F(LinuxProcessesTest, StartsTheChildWithDefaultSignals) {
     const SignalsOff signalsOff;
     const std::string status = outputOf("/bin/cat", {"/proc/self/status"});
     EXPECT_EQ(signalSet(status, "SigBlk"), 0);
-    EXPECT_EQ(signalSet(status, "SigIgn") & ~kThreadLibrarySignals, 0);
+    EXPECT_EQ(signalSet(status, "SigIgn"), 0);
     EXPECT_EQ(signalSet(status, "SigCgt"), 0);
 }
 
@@ -281,6 +279,45 @@ TEST_F(LinuxProcessesTest, ReadsOnAfterASignal) {
     input.reset();
     reader.join();
     EXPECT_EQ(text, "got\n");
+    process->waitUntilExit();
+}
+
+/// Whether a thread of this process sleeps in the kernel.
+bool isAsleep(pid_t thread) {
+    std::ifstream stat("/proc/self/task/" + std::to_string(thread) + "/stat");
+    std::string text;
+    std::getline(stat, text);
+    const std::size_t name = text.rfind(") ");
+    return name != std::string::npos && text.at(name + 2) == 'S';
+}
+
+TEST_F(LinuxProcessesTest, ClosingTheReadingEndEndsAReadThatWaits) {
+    const auto output = processes_->makePipe(); // whose writing end stays open
+    std::atomic<pid_t> thread = 0;
+    std::string read = "nothing yet";
+    std::thread reader([&] {
+        thread = ::gettid();
+        read = output->availableData();
+    });
+    EXPECT_TRUE(eventually([&] { return thread != 0 && isAsleep(thread); }));
+    output->closeReading();
+    reader.join();
+    EXPECT_EQ(read, "");
+}
+
+TEST_F(LinuxProcessesTest, HoldsNoMoreErrorTextThanASmallPipeBeforeItIsRead) {
+    auto described =
+        description("/bin/sh", {"-c", "head -c 1000000 /dev/zero; head -c 100000 /dev/zero >&2"});
+    const auto output = processes_->makePipe();
+    const auto error = processes_->makePipe();
+    described.output = StandardStream::to(output);
+    described.error = StandardStream::to(error);
+    const auto process = launch(described);
+    std::string text;
+    while (text.size() < 1000000) text += output->availableData();
+    std::this_thread::sleep_for(50ms);
+    EXPECT_TRUE(process->isRunning()); // it waits until someone reads
+    EXPECT_EQ(readToEnd(*error).size(), 100000U);
     process->waitUntilExit();
 }
 

@@ -4,6 +4,7 @@
 #include <limits>
 #include <thread>
 
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,6 +18,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr double kNotANumber = std::numeric_limits<double>::quiet_NaN();
+constexpr uid_t kNobody = 65534;
 constexpr double kForever = std::numeric_limits<double>::infinity();
 
 class LinuxQueuesTest : public ::testing::Test {
@@ -65,6 +67,29 @@ void sleepInAChild(Queues& queues, double seconds) {
 
 TEST_F(LinuxQueuesTest, SleepsOnForHugeTimes) {
     for (const double seconds : {1e10, 1e300, kForever}) sleepInAChild(*queues_, seconds);
+}
+
+TEST_F(LinuxQueuesTest, SaysThatNoThreadCanBeStarted) {
+    const pid_t child = ::fork();
+    ASSERT_NE(child, -1);
+    if (child == 0) {
+        // The limit does not hold for the superuser.
+        const rlimit none{0, 0};
+        if (::getuid() == 0 && ::setuid(kNobody) != 0) ::_exit(2);
+        if (::setrlimit(RLIMIT_NPROC, &none) != 0) ::_exit(3);
+        try {
+            queues_->detachThread([] {});
+            ::_exit(4);
+        } catch (const Exception& exception) {
+            ::_exit(exception.name() == "ThreadException" &&
+                            exception.reason() == "Resource temporarily unavailable"
+                        ? 0
+                        : 5);
+        }
+    }
+    int status = -1;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
 }
 
 TEST_F(LinuxQueuesTest, UptimeNeverGoesBack) {
