@@ -4,7 +4,6 @@
 #include <array>
 #include <charconv>
 #include <filesystem>
-#include <memory>
 
 #include <sys/sysmacros.h>
 
@@ -18,8 +17,8 @@ namespace fs = std::filesystem;
 constexpr std::size_t kAttributeLimit = 4096; // the kernel's own: a page
 
 struct Bus {
-    const char* folder; ///< in the path of the disk among the kernel's devices
-    const char* name;
+    const char* folder = nullptr; ///< in the path of the disk among the kernel's devices
+    const char* name = nullptr;
     std::optional<bool> internal;
 };
 

@@ -1,6 +1,8 @@
 // Makes and unpacks zip archives.
 #include <clocale>
 
+#include <malloc.h>
+
 #include "platform/linux/tools/ditto/command.h"
 #include "platform/linux/tools/ditto/create.h"
 #include "platform/linux/tools/ditto/extract.h"
@@ -10,6 +12,9 @@ namespace {
 
 using namespace quorvane;
 using namespace platform::linux_::tools;
+
+/// The library allocates a compressor for each file; its memory is kept for the next one.
+constexpr int kKeptMemory = 16 << 20;
 
 constexpr const char* kUsage =
     R"(usage: ditto -c -k [--keepParent] SOURCE ARCHIVE   makes a zip archive
@@ -22,6 +27,7 @@ void perform(const Arguments& arguments, Report& report) {
     const ditto::Command command = ditto::parseCommand(arguments);
     // Some archives give names in several encodings, the best of them for this one.
     std::setlocale(LC_CTYPE, "C.UTF-8");
+    ::mallopt(M_TRIM_THRESHOLD, kKeptMemory);
     ditto::watchForInterruption();
     if (command.action == ditto::Command::Action::create) {
         ditto::createArchive(command.source, command.destination, command.keepParent, report);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <clocale>
 #include <cstdint>
+#include <type_traits>
 
 #include <archive_entry.h>
 #include <unistd.h>
@@ -25,17 +26,20 @@ constexpr std::size_t kBufferSize = 256UL * 1024;
 class NameLocale {
 public:
     explicit NameLocale(const std::string& name)
-        : locale_(newlocale(LC_CTYPE_MASK, isUtf8(name) ? "C.UTF-8" : "C", nullptr)),
-          before_(uselocale(locale_)) {}
+        : before_(uselocale(isUtf8(name) ? kUtf8.get() : kPlain.get())) {}
     NameLocale(const NameLocale&) = delete;
     NameLocale& operator=(const NameLocale&) = delete;
-    ~NameLocale() {
-        uselocale(before_);
-        freelocale(locale_);
-    }
+    ~NameLocale() { uselocale(before_); }
 
 private:
-    locale_t locale_;
+    struct Free {
+        void operator()(locale_t locale) const { freelocale(locale); }
+    };
+    using Locale = std::unique_ptr<std::remove_pointer_t<locale_t>, Free>;
+
+    inline static const Locale kUtf8{newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr)};
+    inline static const Locale kPlain{newlocale(LC_CTYPE_MASK, "C", nullptr)};
+
     locale_t before_;
 };
 

@@ -131,7 +131,7 @@ TEST_F(DittoTool, RestoresWhatItHasArchived) {
     ASSERT_EQ(symlink("/nowhere/at/all", (source + "/broken").c_str()), 0);
     ASSERT_EQ(symlink("loop", (source + "/loop").c_str()), 0);
     ASSERT_EQ(symlink("a folder", (source + "/to a folder").c_str()), 0);
-    ASSERT_EQ(chmod((source + "/large").c_str(), 0751), 0);
+    ASSERT_EQ(chmod((source + "/large").c_str(), 0777), 0);
     setTime(source + "/link", 1'500'000'001);
     setTime(source + "/a folder/file", 443'779'200); // before the format's own first year
     setTime(source + "/large", 4'100'000'000);

@@ -34,9 +34,10 @@ protected:
 };
 
 TEST_F(ToolPlaces, AreInTheFolderOfOwnTools) {
-    EXPECT_EQ(tools_->locate("/usr/bin/ditto"), addTool("ditto"));
-    EXPECT_EQ(tools_->locate("/usr/bin/xattr"), addTool("xattr"));
-    EXPECT_EQ(tools_->locate("/usr/sbin/diskutil"), addTool("diskutil"));
+    for (const char* name : {"ditto", "xattr", "diskutil"}) addTool(name);
+    EXPECT_EQ(tools_->locate("/usr/bin/ditto"), folder_ / "ditto");
+    EXPECT_EQ(tools_->locate("/usr/bin/xattr"), folder_ / "xattr");
+    EXPECT_EQ(tools_->locate("/usr/sbin/diskutil"), folder_ / "diskutil");
 }
 
 TEST_F(ToolPlaces, AreAsNamedWhereNoOwnToolIsInstalled) {
