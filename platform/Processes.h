@@ -41,6 +41,7 @@ struct StandardStream {
 /// How to start a child. The child has these three streams open, default signal dispositions, no
 /// blocked signals, and nothing else of its parent's.
 struct LaunchDescription {
+    /// The tool; what is started stands where Tools::locate says.
     Path path;
     Arguments arguments;
     /// The child's whole environment; null: the parent's.

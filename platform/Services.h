@@ -17,6 +17,7 @@ class PropertyLists;
 class Queues;
 class StandardDirectories;
 class SystemInfo;
+class Tools;
 class UserIdentity;
 class Workspace;
 
@@ -33,6 +34,7 @@ struct Services {
     std::shared_ptr<Queues> queues;
     std::shared_ptr<StandardDirectories> standardDirectories;
     std::shared_ptr<SystemInfo> systemInfo;
+    std::shared_ptr<Tools> tools;
     std::shared_ptr<UserIdentity> userIdentity;
     std::shared_ptr<Workspace> workspace;
 };

@@ -13,14 +13,6 @@ namespace {
 constexpr std::array<std::string_view, 4> kNamespaces = {"user.", "trusted.", "security.",
                                                          "system."};
 
-Result<std::string> attributeName(const std::string& name) {
-    if (name.find('\0') != std::string::npos) return systemError(EINVAL);
-    const bool hasNamespace =
-        std::any_of(kNamespaces.begin(), kNamespaces.end(),
-                    [&](std::string_view each) { return name.starts_with(each); });
-    return hasNamespace ? name : "user." + name;
-}
-
 /// Makes a system call with the path and the attribute's whole name.
 template <class Call>
 Result<std::size_t> perform(const Path& path, const std::string& name, Call call) {
@@ -65,6 +57,14 @@ public:
 };
 
 } // namespace
+
+Result<std::string> attributeName(const std::string& name) {
+    if (name.find('\0') != std::string::npos) return systemError(EINVAL);
+    const bool hasNamespace =
+        std::any_of(kNamespaces.begin(), kNamespaces.end(),
+                    [&](std::string_view each) { return name.starts_with(each); });
+    return hasNamespace ? name : "user." + name;
+}
 
 std::shared_ptr<ExtendedAttributes> makeExtendedAttributes() {
     return std::make_shared<LinuxExtendedAttributes>();

@@ -62,10 +62,10 @@ private:
     StandardDescriptors descriptors_; // after the ends, which are filled along with it
 };
 
-Descriptor start(const LaunchDescription& description) {
+Descriptor start(const Path& program, const LaunchDescription& description) {
     const ChildStreams streams(description);
-    auto child = spawn(description.path, description.arguments, description.environment,
-                       streams.descriptors());
+    auto child =
+        spawn(program, description.arguments, description.environment, streams.descriptors());
     if (!child) failWith(child.error());
     return std::move(child.value());
 }
@@ -93,7 +93,7 @@ private:
 
 class LinuxProcess : public Process {
 public:
-    LinuxProcess() = default;
+    explicit LinuxProcess(std::shared_ptr<Tools> tools) : tools_(std::move(tools)) {}
     ~LinuxProcess() override;
     LinuxProcess(const LinuxProcess&) = delete;
     LinuxProcess& operator=(const LinuxProcess&) = delete;
@@ -110,6 +110,7 @@ private:
 
     void reapIfEnded();
 
+    const std::shared_ptr<Tools> tools_;
     mutable std::mutex mutex_;
     Path path_;
     State state_ = State::made;
@@ -129,7 +130,7 @@ void LinuxProcess::launch(const LaunchDescription& description) {
     path_ = description.path;
     const ChildEnds childEnds(description);
     Reaper::shared();
-    child_ = std::make_shared<Descriptor>(start(description));
+    child_ = std::make_shared<Descriptor>(start(tools_->locate(path_), description));
     state_ = State::running;
 }
 
@@ -188,8 +189,15 @@ void LinuxProcess::reapIfEnded() {
 
 class LinuxProcesses : public Processes {
 public:
-    std::shared_ptr<Process> makeProcess() override { return std::make_shared<LinuxProcess>(); }
+    explicit LinuxProcesses(std::shared_ptr<Tools> tools) : tools_(std::move(tools)) {}
+
+    std::shared_ptr<Process> makeProcess() override {
+        return std::make_shared<LinuxProcess>(tools_);
+    }
     std::shared_ptr<Pipe> makePipe() override { return std::make_shared<LinuxPipe>(); }
+
+private:
+    const std::shared_ptr<Tools> tools_;
 };
 
 void keepExitStatuses() {
@@ -201,9 +209,9 @@ void keepExitStatuses() {
 
 } // namespace
 
-std::shared_ptr<Processes> makeProcesses() {
+std::shared_ptr<Processes> makeProcesses(std::shared_ptr<Tools> tools) {
     keepExitStatuses();
-    return std::make_shared<LinuxProcesses>();
+    return std::make_shared<LinuxProcesses>(std::move(tools));
 }
 
 } // namespace quorvane::platform::linux_

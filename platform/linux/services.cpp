@@ -17,6 +17,7 @@
 #include "platform/linux/queues.h"
 #include "platform/linux/standard_directories.h"
 #include "platform/linux/system_info.h"
+#include "platform/linux/tools.h"
 #include "platform/linux/user_identity.h"
 #include "platform/linux/workspace.h"
 
@@ -41,6 +42,7 @@ Services makeServices(std::shared_ptr<Application> application) {
     fillStandardStreams();
     ignoreClosedPipes();
     const auto identity = std::make_shared<LinuxUserIdentity>();
+    const auto tools = makeTools();
     const auto propertyLists = std::make_shared<LinuxPropertyLists>();
     return {.application = std::move(application),
             .authorization = makeAuthorization(identity),
@@ -48,11 +50,12 @@ Services makeServices(std::shared_ptr<Application> application) {
             .exceptions = makeExceptions(),
             .extendedAttributes = makeExtendedAttributes(),
             .makeFileManager = makeFileManager,
-            .processes = makeProcesses(),
+            .processes = makeProcesses(tools),
             .propertyLists = propertyLists,
             .queues = makeQueues(),
             .standardDirectories = std::make_shared<LinuxStandardDirectories>(identity),
             .systemInfo = makeSystemInfo(),
+            .tools = tools,
             .userIdentity = identity,
             .workspace = std::make_shared<LinuxWorkspace>(identity, propertyLists)};
 }

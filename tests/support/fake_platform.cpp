@@ -21,6 +21,7 @@ FakePlatform::FakePlatform()
                .queues = queues,
                .standardDirectories = directories,
                .systemInfo = systemInfo,
+               .tools = tools,
                .userIdentity = identity,
                .workspace = workspace},
       before_(platform::installServices(&services)) {

@@ -45,6 +45,7 @@ public:
     const std::shared_ptr<FakeDirectories> directories =
         std::make_shared<FakeDirectories>(*identity);
     const std::shared_ptr<FakeSystemInfo> systemInfo = std::make_shared<FakeSystemInfo>();
+    const std::shared_ptr<FakeTools> tools = std::make_shared<FakeTools>();
     const std::shared_ptr<FakeWorkspace> workspace = std::make_shared<FakeWorkspace>(disk, journal);
 
     /// The installed set, in which a test may put a service of its own in a fake's place.

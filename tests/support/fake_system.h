@@ -1,4 +1,5 @@
-// The small services: console log, uncaught exceptions, facts about the machine, property lists.
+// The small services: console log, uncaught exceptions, facts about the machine, property lists,
+// places of tools.
 #pragma once
 
 #include <cerrno>
@@ -13,6 +14,7 @@
 #include "platform/Exceptions.h"
 #include "platform/PropertyLists.h"
 #include "platform/SystemInfo.h"
+#include "platform/Tools.h"
 #include "tests/support/journal.h"
 
 namespace quorvane::testing {
@@ -102,6 +104,17 @@ public:
         if (found == files.end()) return platform::Error{ENOENT, "No such file or directory"};
         return found->second;
     }
+};
+
+/// Tools stand where they are named, or where the test says. Set before threads ask.
+class FakeTools : public platform::Tools {
+public:
+    Path locate(const Path& tool) override {
+        const auto place = places.find(tool);
+        return place == places.end() ? tool : place->second;
+    }
+
+    std::map<Path, Path> places;
 };
 
 } // namespace quorvane::testing

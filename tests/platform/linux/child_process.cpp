@@ -58,4 +58,8 @@ void remountReadOnly(const Path& folder) {
     ASSERT_EQ(mount("none", folder.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
 }
 
+void bindFolder(const Path& folder, const Path& place) {
+    ASSERT_EQ(mount(folder.c_str(), place.c_str(), nullptr, MS_BIND, nullptr), 0) << place;
+}
+
 } // namespace quorvane::testing

@@ -24,6 +24,8 @@ void inPrivateMounts(const std::function<void()>& body);
 /// Mounts a file system, in private mounts.
 void mountVolume(const char* type, const Path& folder, const std::string& options = {});
 void remountReadOnly(const Path& folder);
+/// Shows a folder in the place of another, in private mounts.
+void bindFolder(const Path& folder, const Path& place);
 
 } // namespace quorvane::testing
 

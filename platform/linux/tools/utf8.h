@@ -1,0 +1,12 @@
+// Bytes that are text.
+#pragma once
+
+#include <string_view>
+
+namespace quorvane::platform::linux_::tools {
+
+/// Whether the bytes are well-formed UTF-8: no overlong forms, no surrogates, nothing above
+/// U+10FFFF.
+bool isUtf8(std::string_view bytes);
+
+} // namespace quorvane::platform::linux_::tools

@@ -1,0 +1,97 @@
+#include "platform/linux/tools.h"
+
+#include <filesystem>
+
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "platform/linux/processes.h"
+#include "tests/platform/linux/child_process.h"
+#include "tests/platform/linux/scratch_folder.h"
+#include "tests/platform/linux/tools/tool_run.h"
+
+namespace {
+
+using namespace quorvane;
+using platform::LaunchDescription;
+using platform::linux_::makeProcesses;
+using platform::linux_::makeTools;
+using quorvane::testing::ScratchFolder;
+
+class ToolPlaces : public ::testing::Test {
+protected:
+    Path addTool(const std::string& name) {
+        const Path tool = folder_.addFile(name, "#!/bin/sh\n");
+        EXPECT_EQ(chmod(tool.c_str(), 0755), 0);
+        return tool;
+    }
+
+    const ScratchFolder folder_;
+    const std::shared_ptr<platform::Tools> tools_ = makeTools(folder_.path());
+};
+
+TEST_F(ToolPlaces, AreInTheFolderOfOwnTools) {
+    for (const char* name : {"ditto", "xattr", "diskutil"}) addTool(name);
+    EXPECT_EQ(tools_->locate("/usr/bin/ditto"), folder_ / "ditto");
+    EXPECT_EQ(tools_->locate("/usr/bin/xattr"), folder_ / "xattr");
+    EXPECT_EQ(tools_->locate("/usr/sbin/diskutil"), folder_ / "diskutil");
+}
+
+TEST_F(ToolPlaces, AreAsNamedWhereNoOwnToolIsInstalled) {
+    EXPECT_EQ(tools_->locate("/usr/bin/ditto"), "/usr/bin/ditto");
+    folder_.addFile("ditto"); // which cannot be run
+    EXPECT_EQ(tools_->locate("/usr/bin/ditto"), "/usr/bin/ditto");
+    folder_.addFolder("xattr");
+    EXPECT_EQ(tools_->locate("/usr/bin/xattr"), "/usr/bin/xattr");
+}
+
+TEST_F(ToolPlaces, AreAsNamedForAllOthers) {
+    addTool("ditto");
+    for (const char* tool :
+         {"/usr/bin/killall", "/bin/mv", "ditto", "/bin/ditto", "/usr/bin/ditto/", ""})
+        EXPECT_EQ(tools_->locate(tool), tool);
+}
+
+TEST_F(ToolPlaces, KnowBothPlacesOfTheListerOfOpenFiles) {
+    QV_NEEDS_SUPERUSER();
+    // Both places get folders of their own, which only this test sees.
+    const auto place = [&](const std::string& folder, bool hasLister) {
+        const Path shown = folder_.addFolder(folder);
+        if (hasLister) addTool(folder + "/lsof");
+        return shown;
+    };
+    const auto locatedWith = [&](const Path& systemFolder, const Path& userFolder) {
+        const Path answer = folder_ / "answer";
+        quorvane::testing::inPrivateMounts([&] {
+            quorvane::testing::bindFolder(systemFolder, "/usr/sbin");
+            quorvane::testing::bindFolder(userFolder, "/usr/bin");
+            folder_.addFile("answer", tools_->locate("/usr/sbin/lsof"));
+        });
+        return quorvane::testing::contentOf(answer);
+    };
+    const Path with = place("with", true);
+    const Path without = place("without", false);
+    EXPECT_EQ(locatedWith(with, with), "/usr/sbin/lsof");
+    EXPECT_EQ(locatedWith(with, without), "/usr/sbin/lsof");
+    EXPECT_EQ(locatedWith(without, with), "/usr/bin/lsof");
+    EXPECT_EQ(locatedWith(without, without), "/usr/sbin/lsof");
+}
+
+TEST_F(ToolPlaces, AreWhereProcessesStart) {
+    const Path file = folder_.addFile("a file");
+    const Path built = std::filesystem::path(QV_XATTR).parent_path();
+    const auto process = makeProcesses(makeTools(built))->makeProcess();
+    LaunchDescription launch;
+    launch.path = "/usr/bin/xattr";
+    launch.arguments = {"-w", "com.example.progress", "0.457", file};
+    process->launch(launch);
+    process->waitUntilExit();
+    EXPECT_EQ(process->terminationStatus(), 0);
+    EXPECT_EQ(process->launchPath(), "/usr/bin/xattr");
+    EXPECT_EQ(getxattr(file.c_str(), "user.com.example.progress", nullptr, 0), 5);
+}
+
+} // namespace
