@@ -4,6 +4,8 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <locale>
+#include <stdexcept>
 
 namespace quorvane {
 namespace {
@@ -61,6 +63,24 @@ bool isSpace(const Scalar& scalar) {
     return c == ' ' || (c >= 0x09 && c <= 0x0D) || c == 0x85 || c == 0xA0 || c == 0x1680 ||
            (c >= 0x2000 && c <= 0x200A) || c == 0x2028 || c == 0x2029 || c == 0x202F ||
            c == 0x205F || c == 0x3000;
+}
+
+char asciiLowercase(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+
+/// The one locale that is there without being installed and knows all letters.
+std::locale allLetters() {
+    try {
+        return std::locale("C.UTF-8");
+    } catch (const std::runtime_error&) {
+        return std::locale::classic();
+    }
+}
+
+char32_t lowercaseScalar(char32_t c) {
+    static const std::locale letters = allLetters();
+    return static_cast<char32_t>(std::tolower(static_cast<wchar_t>(c), letters));
 }
 
 } // namespace
@@ -138,11 +158,17 @@ bool isValidUtf8(std::string_view bytes) {
     }
 }
 
-std::string asciiLowercase(std::string_view text) {
-    std::string lower(text);
-    std::ranges::transform(lower, lower.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
-    });
+std::string lowercase(std::string_view text) {
+    std::string lower;
+    lower.reserve(text.size());
+    while (!text.empty()) {
+        const Scalar scalar = decode(text);
+        if (scalar.valid && scalar.length > 1)
+            lower += encodeCharacter(lowercaseScalar(scalar.value));
+        else
+            lower += asciiLowercase(text.front());
+        text.remove_prefix(scalar.length);
+    }
     return lower;
 }
 

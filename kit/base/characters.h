@@ -31,8 +31,9 @@ bool isAscii(std::string_view bytes);
 /// Whether the bytes are valid UTF-8.
 bool isValidUtf8(std::string_view bytes);
 
-/// The text with its ASCII letters in lower case.
-std::string asciiLowercase(std::string_view text);
+/// The text with its letters in lower case, character by character. Where the system's table of
+/// all letters is missing, only ASCII ones change.
+std::string lowercase(std::string_view text);
 
 /// The bytes with each one that is no part of valid UTF-8 replaced by U+FFFD.
 std::string replaceInvalidBytes(std::string_view bytes);

@@ -20,7 +20,7 @@ namespace {
 constexpr double kCaseChangePause = 0.0005;
 
 bool differInCaseOnly(const Path& source, const Path& destination) {
-    return asciiLowercase(source) == asciiLowercase(destination);
+    return lowercase(source) == lowercase(destination);
 }
 
 /// Renames by way of a free name; nothing has happened when it fails.

@@ -71,8 +71,8 @@ bool QVFileManager::trashDirectoryContents(const MaybePath& folder, ShouldAuth s
 std::vector<Path> QVFileManager::trashFilesOfType(const MaybeText& extension,
                                                   const MaybePath& folder) {
     if (!extension) return {};
-    return trashFilesBelow(folder, [type = asciiLowercase(*extension)](const Path& file) {
-        return asciiLowercase(pathExtension(file)) == type;
+    return trashFilesBelow(folder, [type = lowercase(*extension)](const Path& file) {
+        return lowercase(pathExtension(file)) == type;
     });
 }
 

@@ -72,5 +72,14 @@ TEST(Characters, CountsLongTexts) {
     EXPECT_TRUE(isValidUtf8("0123456789abcdef\xC3\xA9"));
 }
 
+TEST(Characters, HaveLowerCaseForms) {
+    EXPECT_EQ(lowercase("Report.TXT [1]"), "report.txt [1]");
+    EXPECT_EQ(lowercase("\u00C4\u00D8\u0416\u03A9\u00DF\u4E2D"),
+              "\u00E4\u00F8\u0436\u03C9\u00DF\u4E2D");
+    EXPECT_EQ(lowercase("\U00010400"), "\U00010428");
+    EXPECT_EQ(lowercase("A\xC3\xFF\x84Z"), "a\xC3\xFF\x84z");
+    EXPECT_EQ(lowercase(""), "");
+}
+
 } // namespace
 } // namespace quorvane
