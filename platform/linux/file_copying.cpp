@@ -240,17 +240,21 @@ Result<void> checkPlaces(const ItemPlace& source, const ItemPlace& destination) 
 } // namespace
 
 Result<void> copyTree(const Path& source, const Path& destination) {
-    Result<ItemPlace> from = openParent(source);
+    const Result<ItemPlace> from = openParent(source);
     if (!from) return from.error();
-    Result<ItemPlace> to = openParent(destination);
+    const Result<ItemPlace> to = openParent(destination);
     if (!to) return to.error();
-    if (auto checked = checkPlaces(from.value(), to.value()); !checked) return checked;
-    const std::string name = temporaryName();
-    const Path plain = systemPath(destination).value();
-    const Path unfinished = plain.substr(0, plain.rfind('/') + 1) + name;
-    Result<void> done =
-        TreeCopy().copy(std::move(from.value()), std::move(to.value().folder), name);
-    if (done) done = renameItem(unfinished, plain);
+    return copyTree(from.value(), to.value());
+}
+
+Result<void> copyTree(const ItemPlace& source, const ItemPlace& destination) {
+    if (auto checked = checkPlaces(source, destination); !checked) return checked;
+    ItemPlace from{duplicate(source.folder), source.name};
+    ItemPlace unfinished{duplicate(destination.folder), temporaryName()};
+    Descriptor into = duplicate(destination.folder);
+    if (!from.folder || !unfinished.folder || !into) return systemError();
+    Result<void> done = TreeCopy().copy(std::move(from), std::move(into), unfinished.name);
+    if (done) done = renameItem(unfinished, destination);
     if (!done) (void)removeTree(unfinished);
     return done;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/Values.h"
+#include "platform/linux/posix.h"
 
 namespace quorvane::platform::linux_ {
 
@@ -9,5 +10,6 @@ namespace quorvane::platform::linux_ {
 /// its own name when it is whole. Walks by descriptor, few of them open at a time. EINVAL for a
 /// copy into the source itself.
 Result<void> copyTree(const Path& source, const Path& destination);
+Result<void> copyTree(const ItemPlace& source, const ItemPlace& destination);
 
 } // namespace quorvane::platform::linux_

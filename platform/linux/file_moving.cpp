@@ -19,16 +19,13 @@ bool areOnePath(const Path& one, const Path& other) {
 }
 
 /// What keeps the process from deleting an item, as far as the item and its folder tell.
-Result<void> checkRemovable(const Path& path) {
-    const Result<ItemPlace> place = openParent(path);
-    if (!place) return place.error();
-    const int folder = place.value().folder.get();
+Result<void> checkRemovable(const ItemPlace& place) {
+    const int folder = place.folder.get();
     if (faccessat(folder, ".", W_OK | X_OK, AT_EACCESS) != 0) return systemError();
     struct stat above {};
     if (fstat(folder, &above) != 0) return systemError();
     struct statx item {};
-    if (statx(folder, place.value().name.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &item) !=
-        0)
+    if (statx(folder, place.name.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &item) != 0)
         return systemError();
     if ((item.stx_attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0)
         return systemError(EPERM);
@@ -41,39 +38,42 @@ Result<void> checkRemovable(const Path& path) {
 } // namespace
 
 Result<void> moveTree(const Path& source, const Path& destination) {
-    Result<void> moved = renameItem(source, destination);
+    const Result<ItemPlace> from = openParent(source);
+    if (!from) return from.error();
+    const Result<ItemPlace> to = openParent(destination);
+    if (!to) return to.error();
+    Result<void> moved = renameItem(from.value(), to.value());
     if (moved) return moved;
     if (moved.error().code == EEXIST && areOnePath(source, destination)) return {};
     if (moved.error().code != EXDEV) return moved;
-    moved = checkRemovable(source);
-    if (moved) moved = copyTree(source, destination);
+    moved = checkRemovable(from.value());
+    if (moved) moved = copyTree(from.value(), to.value());
     // A copy that is whole stays, whatever becomes of the source from here on.
-    if (moved) moved = removeTree(source);
+    if (moved) moved = removeTree(from.value());
     return moved;
 }
 
-Result<void> renameItem(const Path& source, const Path& destination) {
-    const Result<Path> from = systemPath(source);
-    if (!from) return from.error();
-    const Result<Path> to = systemPath(destination);
-    if (!to) return to.error();
-    if (renameat2(AT_FDCWD, from.value().c_str(), AT_FDCWD, to.value().c_str(), RENAME_NOREPLACE) ==
-        0)
+Result<void> renameItem(const ItemPlace& source, const ItemPlace& destination) {
+    if (renameat2(source.folder.get(), source.name.c_str(), destination.folder.get(),
+                  destination.name.c_str(), RENAME_NOREPLACE) == 0)
         return {};
     if (errno != EINVAL && errno != ENOSYS) return systemError();
-    return renameOntoPlaceholder(from.value(), to.value());
+    return renameOntoPlaceholder(source, destination);
 }
 
-Result<void> renameOntoPlaceholder(const Path& source, const Path& destination) {
+Result<void> renameOntoPlaceholder(const ItemPlace& source, const ItemPlace& destination) {
+    const char* const name = destination.name.c_str();
+    const int folder = destination.folder.get();
     struct stat status {};
-    if (lstat(source.c_str(), &status) != 0) return systemError();
+    if (fstatat(source.folder.get(), source.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+        return systemError();
     const bool isFolder = S_ISDIR(status.st_mode);
-    const int made = isFolder ? mkdir(destination.c_str(), S_IRWXU)
-                              : mknod(destination.c_str(), S_IFREG | S_IRUSR | S_IWUSR, 0);
+    const int made = isFolder ? mkdirat(folder, name, S_IRWXU)
+                              : mknodat(folder, name, S_IFREG | S_IRUSR | S_IWUSR, 0);
     if (made != 0) return systemError();
-    if (rename(source.c_str(), destination.c_str()) == 0) return {};
+    if (renameat(source.folder.get(), source.name.c_str(), folder, name) == 0) return {};
     Result<void> failure = systemError();
-    unlinkat(AT_FDCWD, destination.c_str(), isFolder ? AT_REMOVEDIR : 0);
+    unlinkat(folder, name, isFolder ? AT_REMOVEDIR : 0);
     return failure;
 }
 

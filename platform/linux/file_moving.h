@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/Values.h"
+#include "platform/linux/posix.h"
 
 namespace quorvane::platform::linux_ {
 
@@ -9,10 +10,10 @@ namespace quorvane::platform::linux_ {
 Result<void> moveTree(const Path& source, const Path& destination);
 
 /// The same within one volume; EXDEV onto another.
-Result<void> renameItem(const Path& source, const Path& destination);
+Result<void> renameItem(const ItemPlace& source, const ItemPlace& destination);
 
 /// The same for file systems that cannot refuse to replace: takes the free name with an empty item
-/// first, which fails with EEXIST where there is one, and then renames onto that. Plain paths.
-Result<void> renameOntoPlaceholder(const Path& source, const Path& destination);
+/// first, which fails with EEXIST where there is one, and then renames onto that.
+Result<void> renameOntoPlaceholder(const ItemPlace& source, const ItemPlace& destination);
 
 } // namespace quorvane::platform::linux_

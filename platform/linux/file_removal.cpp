@@ -104,13 +104,17 @@ Result<void> TreeRemoval::leave() {
 } // namespace
 
 Result<void> removeTree(const Path& path) {
-    Result<ItemPlace> place = openParent(path);
-    if (!place) return place.error();
+    const Result<ItemPlace> place = openParent(path);
+    return place ? removeTree(place.value()) : place.error();
+}
+
+Result<void> removeTree(const ItemPlace& place) {
     struct stat status {};
-    const ItemPlace& item = place.value();
-    if (fstatat(item.folder.get(), item.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+    if (fstatat(place.folder.get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
         return systemError();
-    return TreeRemoval().remove(std::move(place.value()), S_ISDIR(status.st_mode));
+    Descriptor folder = duplicate(place.folder);
+    if (!folder) return systemError();
+    return TreeRemoval().remove({std::move(folder), place.name}, S_ISDIR(status.st_mode));
 }
 
 } // namespace quorvane::platform::linux_

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/Values.h"
+#include "platform/linux/posix.h"
 
 namespace quorvane::platform::linux_ {
 
@@ -10,5 +11,6 @@ namespace quorvane::platform::linux_ {
 /// deletes meanwhile counts as deleted. A folder where another file system is mounted is EBUSY, and
 /// nothing on that file system is touched.
 Result<void> removeTree(const Path& path);
+Result<void> removeTree(const ItemPlace& place);
 
 } // namespace quorvane::platform::linux_

@@ -38,6 +38,10 @@ void Descriptor::reset() {
     errno = kept;
 }
 
+Descriptor duplicate(const Descriptor& descriptor) {
+    return Descriptor(fcntl(descriptor.get(), F_DUPFD_CLOEXEC, 0));
+}
+
 Result<ItemPlace> openParent(const Path& path) {
     const Result<Path> plain = systemPath(path);
     if (!plain) return plain.error();

@@ -45,6 +45,9 @@ auto retryInterrupted(Call call) {
     return result;
 }
 
+/// Another descriptor for the same; none where the process may have no more.
+Descriptor duplicate(const Descriptor& descriptor);
+
 /// The folder that holds an item, opened as a place only (O_PATH), and the item's name there.
 struct ItemPlace {
     Descriptor folder;

@@ -18,9 +18,14 @@ namespace {
 
 namespace fs = std::filesystem;
 using platform::linux_::Descriptor;
-using platform::linux_::renameOntoPlaceholder;
+using platform::linux_::openParent;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+
+platform::Result<void> renameOntoPlaceholder(const Path& source, const Path& destination) {
+    return platform::linux_::renameOntoPlaceholder(openParent(source).value(),
+                                                   openParent(destination).value());
+}
 
 class LinuxFileManager : public ::testing::Test {
 protected:
