@@ -29,9 +29,10 @@ set(CPACK_DEBIAN_RIGHTS_PACKAGE_DEPENDS "pkexec, polkitd")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME quorvane-tools)
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Command-line tools that programs on the Quorvane kit run:
- zip archives, facts about volumes, extended attributes.")
+ zip archives, facts about volumes, open files, extended attributes.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS lsof)
 
 set(CPACK_DEBIAN_KIT_PACKAGE_NAME quorvane-kit-dev)
 set(CPACK_COMPONENT_KIT_DESCRIPTION "Headers and static libraries of the kit below the Brightkeel uninstaller.")

@@ -10,6 +10,7 @@
 #include "platform/FileManager.h"
 #include "platform/Queues.h"
 #include "platform/Services.h"
+#include "platform/Tools.h"
 
 namespace quorvane {
 namespace {
@@ -19,8 +20,9 @@ using platform::StandardStream;
 constexpr const char* kLaunchMethod = "-[QVTaskEx launchAsyncTask]";
 
 bool isLaunchable(const Path& tool) {
+    const Path program = platform::services().tools->locate(tool);
     const auto files = platform::services().makeFileManager();
-    return files->existence(tool).exists && files->isExecutable(tool);
+    return files->existence(program).exists && files->isExecutable(program);
 }
 
 TaskNotification carrying(Bytes chunk) {

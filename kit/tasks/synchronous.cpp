@@ -8,6 +8,7 @@
 #include "kit/tasks/messages.h"
 #include "platform/FileManager.h"
 #include "platform/Services.h"
+#include "platform/Tools.h"
 #include "platform/Workspace.h"
 
 namespace quorvane {
@@ -23,10 +24,11 @@ platform::Processes& processes() { return *platform::services().processes; }
 /// Whether a file stands there that can be run: no folder, and so no bundle.
 bool isExecutableTool(const MaybePath& tool) {
     if (!tool) return false;
+    const Path program = platform::services().tools->locate(*tool);
     const auto files = platform::services().makeFileManager();
-    const platform::Existence existence = files->existence(*tool);
-    return existence.exists && !existence.isDirectory && files->isExecutable(*tool) &&
-           !platform::services().workspace->isFilePackage(*tool);
+    const platform::Existence existence = files->existence(program);
+    return existence.exists && !existence.isDirectory && files->isExecutable(program) &&
+           !platform::services().workspace->isFilePackage(program);
 }
 
 /// The same, with a log line when not.

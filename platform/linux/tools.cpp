@@ -16,12 +16,9 @@ struct OwnTool {
 };
 
 /// In place of whatever stands at the path, so that callers meet the same tool on every system.
-constexpr std::array kOwnTools = {OwnTool{"/usr/bin/ditto", "ditto"},
-                                  OwnTool{"/usr/bin/xattr", "xattr"},
-                                  OwnTool{"/usr/sbin/diskutil", "diskutil"}};
-
-constexpr const char* kOpenFilesLister = "/usr/sbin/lsof";
-constexpr const char* kOpenFilesListerElsewhere = "/usr/bin/lsof";
+constexpr std::array kOwnTools = {
+    OwnTool{"/usr/bin/ditto", "ditto"}, OwnTool{"/usr/bin/xattr", "xattr"},
+    OwnTool{"/usr/sbin/diskutil", "diskutil"}, OwnTool{"/usr/sbin/lsof", "lsof"}};
 
 bool isProgram(const Path& path) {
     struct stat status {};
@@ -34,10 +31,6 @@ public:
     explicit LinuxTools(Path ownTools) : ownTools_(std::move(ownTools)) {}
 
     Path locate(const Path& tool) override {
-        if (tool == kOpenFilesLister)
-            return isProgram(tool) || !isProgram(kOpenFilesListerElsewhere)
-                       ? tool
-                       : kOpenFilesListerElsewhere;
         const auto own = std::find_if(kOwnTools.begin(), kOwnTools.end(),
                                       [&](const OwnTool& each) { return tool == each.path; });
         if (own == kOwnTools.end()) return tool;

@@ -1,11 +1,14 @@
-// Files that real processes hold open.
+// What the file manager learns and makes by command-line tools, with the real ones.
 
 #include <gtest/gtest.h>
 
 #include "kit/files/QVFileManager.h"
+#include "platform/PropertyLists.h"
 #include "platform/Services.h"
+#include "platform/linux/processes.h"
 #include "platform/linux/run_loop.h"
 #include "platform/linux/services.h"
+#include "platform/linux/tools.h"
 #include "tests/platform/linux/scratch_folder.h"
 #include "tests/support/fake_identity.h"
 #include "tests/support/time_limit.h"
@@ -22,6 +25,9 @@ struct RealSystem {
         identity->home = home;
         services.userIdentity = identity;
         services.standardDirectories = std::make_shared<testing::FakeDirectories>(*identity);
+        // Those just built, in place of those installed.
+        services.tools = platform::linux_::makeTools(QV_TOOLS_FOLDER);
+        services.processes = platform::linux_::makeProcesses(services.tools);
         platform::installServices(&services);
     }
 
@@ -30,7 +36,7 @@ struct RealSystem {
     platform::Services services = platform::linux_::makeServices(loop);
 };
 
-class RealOpenFiles : public ::testing::Test {
+class SystemTools : public ::testing::Test {
 protected:
     /// Whether the file is found open for writing while this process holds it open so.
     bool isOpen(const Path& file, int flags) {
@@ -46,9 +52,7 @@ protected:
     RealSystem& system_ = *new RealSystem(scratch_.path());
 };
 
-TEST_F(RealOpenFiles, AreFoundByTheirMode) {
-    if (!system_.services.makeFileManager()->isExecutable("/usr/sbin/lsof"))
-        GTEST_SKIP() << "needs the lister of open files";
+TEST_F(SystemTools, FindFilesOpenForWriting) {
     for (const char* name : {"plain", "two words", "two\nlines", "wu", "-w", "\xC3\xA4 \xFF"}) {
         const Path file = scratch_.addFile(name);
         EXPECT_FALSE(QVFileManager::fileIsOpenForWriting(file)) << name;
@@ -56,6 +60,27 @@ TEST_F(RealOpenFiles, AreFoundByTheirMode) {
         EXPECT_TRUE(isOpen(file, O_WRONLY)) << name;
         EXPECT_TRUE(isOpen(file, O_RDWR)) << name;
     }
+    EXPECT_FALSE(QVFileManager::fileIsOpenForWriting(scratch_ / "wu missing"));
+}
+
+TEST_F(SystemTools, PackAndUnpackFolders) {
+    scratch_.addFile("a folder/\xC3\xA4 \xFF\n", "content");
+    scratch_.addFolder("a folder/empty");
+    const Path archive = scratch_ / "an archive.zip";
+    ASSERT_TRUE(QVFileManager::compressFile(scratch_ / "a folder", archive));
+    ASSERT_TRUE(QVFileManager::decompressFile(archive, scratch_ / "unpacked"));
+    EXPECT_EQ(testing::contentOf(scratch_ / "unpacked/a folder/\xC3\xA4 \xFF\n"), "content");
+    EXPECT_TRUE(QVFileManager::isDirectoryAtPath(scratch_ / "unpacked/a folder/empty"));
+    EXPECT_FALSE(QVFileManager::decompressFile(scratch_ / "missing.zip", scratch_ / "nothing"));
+}
+
+TEST_F(SystemTools, DescribeTheDiskOfAMountPoint) {
+    const auto info = QVFileManager::infoForDiskAtMountpoint("/");
+    ASSERT_TRUE(info);
+    const platform::PropertyList* mountPoint = info->find("MountPoint");
+    ASSERT_NE(mountPoint, nullptr);
+    EXPECT_EQ(std::get<std::string>(mountPoint->value), "/");
+    EXPECT_FALSE(QVFileManager::infoForDiskAtMountpoint(scratch_ / "missing"));
 }
 
 } // namespace

@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/processes.h"
-#include "tests/platform/linux/child_process.h"
 #include "tests/platform/linux/scratch_folder.h"
 #include "tests/platform/linux/tools/tool_run.h"
 
@@ -34,10 +33,11 @@ protected:
 };
 
 TEST_F(ToolPlaces, AreInTheFolderOfOwnTools) {
-    for (const char* name : {"ditto", "xattr", "diskutil"}) addTool(name);
+    for (const char* name : {"ditto", "xattr", "diskutil", "lsof"}) addTool(name);
     EXPECT_EQ(tools_->locate("/usr/bin/ditto"), folder_ / "ditto");
     EXPECT_EQ(tools_->locate("/usr/bin/xattr"), folder_ / "xattr");
     EXPECT_EQ(tools_->locate("/usr/sbin/diskutil"), folder_ / "diskutil");
+    EXPECT_EQ(tools_->locate("/usr/sbin/lsof"), folder_ / "lsof");
 }
 
 TEST_F(ToolPlaces, AreAsNamedWhereNoOwnToolIsInstalled) {
@@ -53,31 +53,6 @@ TEST_F(ToolPlaces, AreAsNamedForAllOthers) {
     for (const char* tool :
          {"/usr/bin/killall", "/bin/mv", "ditto", "/bin/ditto", "/usr/bin/ditto/", ""})
         EXPECT_EQ(tools_->locate(tool), tool);
-}
-
-TEST_F(ToolPlaces, KnowBothPlacesOfTheListerOfOpenFiles) {
-    QV_NEEDS_SUPERUSER();
-    // Both places get folders of their own, which only this test sees.
-    const auto place = [&](const std::string& folder, bool hasLister) {
-        const Path shown = folder_.addFolder(folder);
-        if (hasLister) addTool(folder + "/lsof");
-        return shown;
-    };
-    const auto locatedWith = [&](const Path& systemFolder, const Path& userFolder) {
-        const Path answer = folder_ / "answer";
-        quorvane::testing::inPrivateMounts([&] {
-            quorvane::testing::bindFolder(systemFolder, "/usr/sbin");
-            quorvane::testing::bindFolder(userFolder, "/usr/bin");
-            folder_.addFile("answer", tools_->locate("/usr/sbin/lsof"));
-        });
-        return quorvane::testing::contentOf(answer);
-    };
-    const Path with = place("with", true);
-    const Path without = place("without", false);
-    EXPECT_EQ(locatedWith(with, with), "/usr/sbin/lsof");
-    EXPECT_EQ(locatedWith(with, without), "/usr/sbin/lsof");
-    EXPECT_EQ(locatedWith(without, with), "/usr/bin/lsof");
-    EXPECT_EQ(locatedWith(without, without), "/usr/sbin/lsof");
 }
 
 TEST_F(ToolPlaces, AreWhereProcessesStart) {
