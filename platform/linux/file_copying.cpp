@@ -62,6 +62,8 @@ Result<void> keepAttributesOfNode(int folder, const char* name, const struct sta
 
 class TreeCopy {
 public:
+    explicit TreeCopy(CopyOf what) : what_(what) {}
+
     /// Copies the item at a place into another folder, under a name that is free there.
     Result<void> copy(ItemPlace source, Descriptor folder, const std::string& name);
 
@@ -86,6 +88,7 @@ private:
     Result<void> leave();
     Result<void> closeFolders();
 
+    const CopyOf what_;
     FolderTrail sources_;
     FolderTrail copies_;
     std::vector<Level> levels_;
@@ -118,6 +121,9 @@ Result<void> TreeCopy::copyEntry(const std::string& name, const std::string& as)
     struct stat status {};
     if (fstatat(sources_.folder(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
         return systemError();
+    if (what_ == CopyOf::itemToBeRemoved)
+        if (auto removable = checkRemovable(sources_.folder(), name.c_str()); !removable)
+            return removable;
     if (S_ISDIR(status.st_mode)) return enter(name, as, status);
     if (S_ISREG(status.st_mode)) return copyFile(name.c_str(), as.c_str());
     if (S_ISLNK(status.st_mode)) return copyLink(name.c_str(), as.c_str(), status);
@@ -247,13 +253,13 @@ Result<void> copyTree(const Path& source, const Path& destination) {
     return copyTree(from.value(), to.value());
 }
 
-Result<void> copyTree(const ItemPlace& source, const ItemPlace& destination) {
+Result<void> copyTree(const ItemPlace& source, const ItemPlace& destination, CopyOf what) {
     if (auto checked = checkPlaces(source, destination); !checked) return checked;
     ItemPlace from{duplicate(source.folder), source.name};
     ItemPlace unfinished{duplicate(destination.folder), temporaryName()};
     Descriptor into = duplicate(destination.folder);
     if (!from.folder || !unfinished.folder || !into) return systemError();
-    Result<void> done = TreeCopy().copy(std::move(from), std::move(into), unfinished.name);
+    Result<void> done = TreeCopy(what).copy(std::move(from), std::move(into), unfinished.name);
     if (done) done = renameItem(unfinished, destination);
     if (!done) (void)removeTree(unfinished);
     return done;

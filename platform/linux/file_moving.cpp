@@ -18,23 +18,6 @@ bool areOnePath(const Path& one, const Path& other) {
     return systemPath(one).value() == systemPath(other).value();
 }
 
-/// What keeps the process from deleting an item, as far as the item and its folder tell.
-Result<void> checkRemovable(const ItemPlace& place) {
-    const int folder = place.folder.get();
-    if (faccessat(folder, ".", W_OK | X_OK, AT_EACCESS) != 0) return systemError();
-    struct stat above {};
-    if (fstat(folder, &above) != 0) return systemError();
-    struct statx item {};
-    if (statx(folder, place.name.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &item) != 0)
-        return systemError();
-    if ((item.stx_attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0)
-        return systemError(EPERM);
-    const uid_t user = geteuid();
-    const bool mayRemove = user == 0 || user == above.st_uid || user == item.stx_uid;
-    if ((above.st_mode & S_ISVTX) != 0 && !mayRemove) return systemError(EPERM);
-    return {};
-}
-
 } // namespace
 
 Result<void> moveTree(const Path& source, const Path& destination) {
@@ -46,8 +29,7 @@ Result<void> moveTree(const Path& source, const Path& destination) {
     if (moved) return moved;
     if (moved.error().code == EEXIST && areOnePath(source, destination)) return {};
     if (moved.error().code != EXDEV) return moved;
-    moved = checkRemovable(from.value());
-    if (moved) moved = copyTree(from.value(), to.value());
+    moved = copyTree(from.value(), to.value(), CopyOf::itemToBeRemoved);
     // A copy that is whole stays, whatever becomes of the source from here on.
     if (moved) moved = removeTree(from.value());
     return moved;

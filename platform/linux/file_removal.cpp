@@ -117,4 +117,19 @@ Result<void> removeTree(const ItemPlace& place) {
     return TreeRemoval().remove({std::move(folder), place.name}, S_ISDIR(status.st_mode));
 }
 
+Result<void> checkRemovable(int folder, const char* name) {
+    if (faccessat(folder, ".", W_OK | X_OK, AT_EACCESS) != 0) return systemError();
+    struct stat above {};
+    if (fstat(folder, &above) != 0) return systemError();
+    struct statx item {};
+    if (statx(folder, name, AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &item) != 0)
+        return systemError();
+    if ((item.stx_attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0)
+        return systemError(EPERM);
+    const uid_t user = geteuid();
+    const bool mayRemove = user == 0 || user == above.st_uid || user == item.stx_uid;
+    if ((above.st_mode & S_ISVTX) != 0 && !mayRemove) return systemError(EPERM);
+    return {};
+}
+
 } // namespace quorvane::platform::linux_

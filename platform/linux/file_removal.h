@@ -13,4 +13,7 @@ namespace quorvane::platform::linux_ {
 Result<void> removeTree(const Path& path);
 Result<void> removeTree(const ItemPlace& place);
 
+/// What keeps the process from deleting an item, as far as the item itself and its folder tell.
+Result<void> checkRemovable(int folder, const char* name);
+
 } // namespace quorvane::platform::linux_

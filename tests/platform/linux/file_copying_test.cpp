@@ -188,7 +188,19 @@ TEST_F(FileCopying, WhatCannotBeDeletedIsNotMovedOntoOtherVolumes) {
             EXPECT_EQ(move("fixed/tree", "volume/moved").error().text, "Permission denied");
             EXPECT_THAT(names("volume"), IsEmpty());
             EXPECT_TRUE(contains("fixed/tree/file"));
+            // Nor if that is only so for something deep inside: no half of a move is made.
+            scratch_.addFile("outer/free", "content");
             fs::permissions(scratch_ / "fixed", fs::perms::owner_all);
+            fs::rename(scratch_ / "fixed", scratch_ / "outer/fixed");
+            fs::permissions(scratch_ / "outer/fixed",
+                            fs::perms::owner_read | fs::perms::owner_exec);
+            EXPECT_EQ(move("outer", "volume/moved").error().text, "Permission denied");
+            EXPECT_THAT(names("volume"), IsEmpty());
+            EXPECT_TRUE(contains("outer/free"));
+            EXPECT_TRUE(contains("outer/fixed/tree/file"));
+            fs::permissions(scratch_ / "outer/fixed", fs::perms::owner_all);
+            EXPECT_TRUE(move("outer", "volume/moved").ok());
+            EXPECT_FALSE(contains("outer"));
         });
     });
 }
