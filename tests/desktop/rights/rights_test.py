@@ -11,84 +11,20 @@ import shutil
 import signal
 import subprocess
 import sys
-import time
 import unittest
 
-sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
-
+from clients import ADMINISTRATOR, COLLEAGUE, HELPER, HOME, PASSWORDS, Client, WithAdministration, \
+    processes, wait_until
 from administration import Administration
 from session import UID, USER, as_user, in_session
 
 GRANTED, DENIED, CANCELLED, INTERNAL, TOOL_FAILED = 0, -60005, -60006, -60008, -60031
 EPERM, EINVAL, EPIPE, ELOOP = 1, 22, 32, 40
-ADMINISTRATOR = os.environ.get("WORLD_ADMINISTRATOR", "")
-COLLEAGUE = os.environ.get("WORLD_COLLEAGUE", "")
-HELPER = "/usr/local/libexec/quorvane/privileged-helper"
-PATIENCE = 60
-HOME = "/Users/" + USER
 NOTE = "/run/user/%d/note" % UID
 
 
-# What this script starts need not know them.
-PASSWORDS = {ADMINISTRATOR: os.environ.pop("WORLD_ADMINISTRATOR_PASSWORD", ""),
-             COLLEAGUE: os.environ.pop("WORLD_COLLEAGUE_PASSWORD", ""),
-             USER: os.environ.pop("WORLD_USER_PASSWORD", "")}
-
-
-def processes(program):
-    """The ids of all processes that run a program."""
-    found = []
-    for link in glob.glob("/proc/[0-9]*/exe"):
-        try:
-            if os.readlink(link) == program:
-                found.append(int(link.split("/")[2]))
-        except OSError:
-            pass  # it has just ended
-    return found
-
-
-def wait_until(question, patience=PATIENCE):
-    deadline = time.monotonic() + patience
-    while not question():
-        if time.monotonic() > deadline:
-            raise AssertionError("it did not happen in time")
-        time.sleep(0.01)
-
-
-class Client:
-    """A program on the kit, run by the user; its answers are lists of words."""
-
-    def __init__(self, *before, user=True, **settings):
-        command = [*before, CLIENT]
-        command = as_user(command, **settings) if user else \
-            ["env", *[f"{name}={value}" for name, value in settings.items()], *command]
-        self.process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                        cwd="/")
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self.process.stdin.close()
-        if self.process.poll() is None:
-            try:
-                self.process.wait(PATIENCE)
-            except subprocess.TimeoutExpired:
-                self.process.kill()
-                self.process.wait()
-                raise
-        self.process.stdout.close()
-
-    def order(self, *words):
-        self.process.stdin.write("\t".join(words).encode() + b"\n")
-        self.process.stdin.flush()
-
-    def answer(self):
-        return self.process.stdout.readline().decode().rstrip("\n").split("\t")[:-1]
-
-    def ask(self, *words):
-        self.order(*words)
-        return self.answer()
+class ServiceClient(Client):
+    """One that uses the authorization service itself."""
 
     def login(self, user, word=None):
         return int(self.ask("login", user, PASSWORDS[user] if word is None else word)[0])
@@ -105,7 +41,7 @@ def with_agent(*answer):
     """A client with a desktop agent that gives this answer."""
     if os.path.exists(NOTE):
         os.unlink(NOTE)
-    return Client(AGENT, "--note", NOTE, *answer)
+    return ServiceClient(AGENT, "--note", NOTE, *answer)
 
 
 def notes():
@@ -115,41 +51,16 @@ def notes():
         return file.read().split()
 
 
-class WithAdministration(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.administration = cls.enterClassContext(Administration())
-
-    def setUp(self):
-        self.folder = "/Library/" + self.id().rsplit(".", 1)[1]
-        os.mkdir(self.folder)
-        self.addCleanup(shutil.rmtree, self.folder)
-
-    def tearDown(self):
-        wait_until(lambda: not processes(HELPER))
-
-    def place(self, name, content=""):
-        path = f"{self.folder}/{name}"
-        with open(path, "w", encoding="utf-8") as file:
-            file.write(content)
-        return path
-
-    @classmethod
-    def enterClassContext(cls, context):
-        cls.addClassCleanup(context.__exit__, None, None, None)
-        return context.__enter__()
-
-
 class Credentials(WithAdministration):
     def check_denied(self, user, word=None):
-        with Client() as client:
+        with ServiceClient() as client:
             self.assertEqual(client.login(user, word), DENIED)
             self.assertEqual(processes(HELPER), [])
             self.assertEqual(client.run("/bin/mkdir", "-p", self.folder + "/made")[0], -60002)
         self.assertFalse(os.path.exists(self.folder + "/made"))
 
     def test_right_password(self):
-        with Client() as client:
+        with ServiceClient() as client:
             self.assertEqual(client.login(ADMINISTRATOR), GRANTED)
             self.assertEqual(client.run("/bin/mkdir", "-p", self.folder + "/made"), (GRANTED, 0))
             self.assertEqual(os.stat(self.folder + "/made").st_uid, 0)
@@ -170,12 +81,12 @@ class Credentials(WithAdministration):
         self.check_denied("nobody-here", "x")
 
     def test_a_second_login_after_a_failed_one(self):
-        with Client() as client:
+        with ServiceClient() as client:
             self.assertEqual(client.login(ADMINISTRATOR, "wrong"), DENIED)
             self.assertEqual(client.login(ADMINISTRATOR), GRANTED)
 
     def test_the_password_is_in_no_command_line_and_in_no_environment(self):
-        with Client() as client:
+        with ServiceClient() as client:
             client.order("login", ADMINISTRATOR, PASSWORDS[ADMINISTRATOR])
             seen = set()
             while not processes(HELPER):
@@ -194,7 +105,7 @@ class Credentials(WithAdministration):
         self.assertEqual([text for text in seen if known in text], [])
 
     def test_the_agent_has_gone_once_the_right_is_there(self):
-        with Client() as client:
+        with ServiceClient() as client:
             self.assertEqual(client.login(ADMINISTRATOR), GRANTED)
             agent = os.path.dirname(HELPER) + "/password-agent"
             wait_until(lambda: not processes(agent))
@@ -220,7 +131,7 @@ class Dialog(WithAdministration):
         self.assertEqual(notes(), ["cancelled", "cancelled"])
 
     def test_nobody_who_could_ask(self):
-        with Client() as client:
+        with ServiceClient() as client:
             self.assertEqual(client.start(), DENIED)
 
     def test_each_session_is_asked_for_anew(self):
@@ -246,7 +157,7 @@ class Dialog(WithAdministration):
 class Session(WithAdministration):
     def setUp(self):
         super().setUp()
-        self.client = Client()
+        self.client = ServiceClient()
         self.addCleanup(self.client.__exit__)
         self.assertEqual(self.client.login(ADMINISTRATOR), GRANTED)
 
@@ -367,13 +278,13 @@ print(len(taken), int(attached), int(readable("mem")), int(readable("environ")))
         return tuple(map(int, shown.split()))
 
     def test_the_session_cannot_be_borrowed(self):
-        with Client() as client:
+        with ServiceClient() as client:
             self.assertEqual(client.login(ADMINISTRATOR), GRANTED)
             self.assertEqual(self.rob(client.process.pid), (0, 0, 0, 0))
 
     def test_the_thief_can_rob_others(self):
         """Else the test above would prove nothing."""
-        with Client() as client:
+        with ServiceClient() as client:
             client.ask("free")
             taken, attached, _, readable = self.rob(client.process.pid)
             client.process.send_signal(signal.SIGCONT)  # it is left as the thief stopped it
@@ -382,7 +293,7 @@ print(len(taken), int(attached), int(readable("mem")), int(readable("environ")))
             self.assertGreaterEqual(taken, 3)
 
     def test_a_program_that_is_being_traced_gets_nothing(self):
-        with Client() as client:
+        with ServiceClient() as client:
             client.ask("free")
             libc = ctypes.CDLL(None, use_errno=True)
             self.assertEqual(libc.ptrace(0x4206, client.process.pid, None, None), 0)  # SEIZE
@@ -395,13 +306,13 @@ print(len(taken), int(attached), int(readable("mem")), int(readable("environ")))
         self.assertEqual((shown.returncode, shown.stdout), (1, b""))
 
     def test_a_session_is_only_inherited_by_a_superuser_whom_polkit_made(self):
-        with Client(PKEXEC_UID=str(UID)) as client:
+        with ServiceClient(PKEXEC_UID=str(UID)) as client:
             self.assertEqual(int(client.ask("inherit")[0]), DENIED)
-        with Client(user=False) as client:
+        with ServiceClient(user=False) as client:
             self.assertEqual(int(client.ask("inherit")[0]), DENIED)
-        with Client(user=False, PKEXEC_UID="12x") as client:
+        with ServiceClient(user=False, PKEXEC_UID="12x") as client:
             self.assertEqual(int(client.ask("inherit")[0]), DENIED)
-        with Client(user=False, PKEXEC_UID=str(UID)) as client:
+        with ServiceClient(user=False, PKEXEC_UID=str(UID)) as client:
             self.assertEqual(int(client.ask("inherit")[0]), GRANTED)
             self.assertEqual(client.run("/bin/mkdir", "-p", self.folder + "/made"), (GRANTED, 0))
         self.assertTrue(os.path.isdir(self.folder + "/made"))
@@ -414,7 +325,7 @@ class Trash(WithAdministration):
 
     def setUp(self):
         super().setUp()
-        self.client = Client()
+        self.client = ServiceClient()
         self.addCleanup(self.client.__exit__)
         self.assertEqual(self.client.login(ADMINISTRATOR), GRANTED)
         subprocess.run(as_user(["sh", "-c", "touch ~/.x; gio trash ~/.x; ln -sfn "
@@ -475,7 +386,7 @@ class Trash(WithAdministration):
 
 class SystemTrouble(unittest.TestCase):
     def check_nothing_is_granted(self, statuses):
-        with Client() as client:
+        with ServiceClient() as client:
             self.assertIn(client.login(ADMINISTRATOR), statuses)
             self.assertIn(client.start(), statuses)
         self.assertEqual(processes("/usr/bin/pkexec") + processes(HELPER), [])
@@ -493,6 +404,6 @@ class SystemTrouble(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    CLIENT, AGENT = sys.argv[1:3]
+    ServiceClient.program, AGENT = sys.argv[1:3]
     pwd.getpwnam(ADMINISTRATOR)
     unittest.main(argv=sys.argv[:1] + sys.argv[3:], verbosity=2)
