@@ -112,9 +112,10 @@ bool isEmptyByIterator(const std::string& top) {
     return std::ranges::none_of(fs::recursive_directory_iterator(top), matters);
 }
 
+std::string documentName(int file) { return "document " + std::to_string(file) + ".txt"; }
+
 void measureSize(const std::string& top, int rounds) {
-    addTree(top, kFolders, kFiles / kFolders,
-            [](int file) { return "document " + std::to_string(file) + ".txt"; });
+    addTree(top, kFolders, kFiles / kFolders, documentName);
     const std::uint64_t expected = kFiles * std::string_view("some content").size();
     measure(
         "tree-size", [&] { require(QVFileManager::fileSize(top) == expected); },
@@ -122,6 +123,15 @@ void measureSize(const std::string& top, int rounds) {
          {"find", command("find '" + top + "' -type f -printf '%s\\n' >/dev/null"), 0.85},
          {"filesystem", [&] { require(sizeByIterator(top) == expected); }, 0.85}},
         rounds);
+    const ScratchFolder tenth;
+    addTree(tenth.path(), kFolders / 10, kFiles / kFolders, documentName);
+    const Work sizesOfTenth = [&] {
+        for (int time = 0; time < 10; ++time)
+            require(QVFileManager::fileSize(tenth.path()) == expected / 10);
+    };
+    measure(
+        "tree-size-growth", [&] { require(QVFileManager::fileSize(top) == expected); },
+        {{"ten-times-a-tenth", sizesOfTenth, 1.2}}, rounds);
 }
 
 /// Nothing in it matters, so that all of it must be looked through.
