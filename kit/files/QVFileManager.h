@@ -3,10 +3,13 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "platform/Digests.h"
 #include "platform/FileManager.h"
 #include "platform/PropertyLists.h"
 #include "platform/Values.h"
@@ -21,6 +24,14 @@ enum class SetCreationDate : bool { no, yes };
 enum class IncludeParent : bool { no, yes };
 /// Accepted for callers of earlier versions; has no effect.
 enum class SearchSubdirs : bool { no, yes };
+
+/// Is asked while a file is hashed. An operation left empty is one that the delegate does not
+/// respond to.
+struct ChecksumDelegate {
+    /// `checksumShouldContinue:`: false cancels the run, some chunks later. On a thread of the
+    /// concurrent queue after each 50 MiB; calls may overlap, and come after the end of the run.
+    std::function<bool(const Path& file)> checksumShouldContinue;
+};
 
 /// Class operations on absolute paths, without state, from any thread.
 ///
@@ -199,6 +210,27 @@ public:
                           SetCreationDate setCreationDate = SetCreationDate::no);
     /// `setModificationDate:forFile:`.
     static bool setModificationDate(platform::FileTime date, const MaybePath& item);
+
+    // Hashing. Digests read as lowercase hexadecimal digits, two a byte.
+
+    /// `md5HashWithContext:`, `sha1HashWithContext:`, `sha256HashWithContext:`,
+    /// `sha512HashWithContext:`: the digest of what the context was fed; the caller's own goes on.
+    /// Null for a context of another algorithm, and for one that is not usable.
+    static MaybeText md5HashWithContext(platform::DigestContext context);
+    static MaybeText sha1HashWithContext(platform::DigestContext context);
+    static MaybeText sha256HashWithContext(platform::DigestContext context);
+    static MaybeText sha512HashWithContext(platform::DigestContext context);
+    /// `md5HashForFile:`, `md5HashForFile:delegate:` and so on: the digest of a whole file, read in
+    /// constant memory. The delegate may cancel; it is kept alive as long as it may be asked. Null
+    /// when it did, and when the file cannot be opened, which the console log tells, or read, which
+    /// the application's log tells.
+    static MaybeText md5HashForFile(const MaybePath& file,
+                                    const std::shared_ptr<const ChecksumDelegate>& delegate = {});
+    static MaybeText sha1HashForFile(const MaybePath& file,
+                                     const std::shared_ptr<const ChecksumDelegate>& delegate = {});
+    static MaybeText
+    sha512HashForFile(const MaybePath& file,
+                      const std::shared_ptr<const ChecksumDelegate>& delegate = {});
 };
 
 } // namespace quorvane
