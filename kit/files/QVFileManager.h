@@ -1,6 +1,7 @@
 // Files and folders, the plain way first and with administrator rights where that fails.
 #pragma once
 
+#include <any>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -9,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "kit/files/file_copy.h"
 #include "platform/Digests.h"
 #include "platform/FileManager.h"
 #include "platform/PropertyLists.h"
@@ -231,6 +233,28 @@ public:
     static MaybeText
     sha512HashForFile(const MaybePath& file,
                       const std::shared_ptr<const ChecksumDelegate>& delegate = {});
+
+    // Copies with progress and verification
+
+    /// `copyFileWithProgress:destinations:verificationType:delegate:object:object:`: copies a file
+    /// to all destinations in one pass, over what is there, and makes the folders for them. With
+    /// verification every chunk is read back from every destination; the delegate is told which
+    /// ones differ, which the answer is not about. In the end the destinations have the source's
+    /// dates. False when the copy was not made whole, which a log tells, or was cancelled; what
+    /// was written stays, and after a failure the streams stay open. The source itself as a
+    /// destination is a failure that leaves it whole.
+    ///
+    /// The delegate and the objects reach the delegate's operations in the settings, and are kept
+    /// alive as long as one of these may be called.
+    static bool copyFileWithProgress(const MaybePath& source, const std::vector<Path>& destinations,
+                                     VerificationType verificationType,
+                                     const std::shared_ptr<const FileCopyDelegate>& delegate = {},
+                                     std::any object = {}, std::any object2 = {});
+    /// `copyFileWithProgress:destination:delegate:object:`, `…object:object:`: the same to one
+    /// destination, without verification.
+    static bool copyFileWithProgress(const MaybePath& source, const MaybePath& destination,
+                                     const std::shared_ptr<const FileCopyDelegate>& delegate = {},
+                                     std::any object = {}, std::any object2 = {});
 };
 
 } // namespace quorvane
