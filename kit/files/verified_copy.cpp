@@ -107,9 +107,13 @@ platform::AttributeChanges datesOf(const platform::ItemAttributes& source) {
 void setDates(platform::FileManager& files, const platform::AttributeChanges& dates,
               const std::vector<Path>& destinations) {
     for (const Path& destination : destinations) {
-        const auto set = files.setAttributes(withoutFinalLinks(files, destination), dates);
-        if (!set)
-            logToConsole("Error setting metadata for file %@ - %@", destination, set.error().text);
+        const Path file = withoutFinalLinks(files, destination);
+        const auto set = files.setAttributes(file, dates);
+        if (set) continue;
+        logToConsole("Error setting metadata for file %@ - %@", destination, set.error().text);
+        // Many disks have no room for a creation date; backups go by the other one.
+        if (dates.modificationDate)
+            (void)files.setAttributes(file, {.modificationDate = dates.modificationDate});
     }
 }
 

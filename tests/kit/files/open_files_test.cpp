@@ -3,11 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "kit/files/QVFileManager.h"
-#include "platform/Services.h"
-#include "platform/linux/run_loop.h"
-#include "platform/linux/services.h"
+#include "tests/kit/files/real_system.h"
 #include "tests/platform/linux/scratch_folder.h"
-#include "tests/support/fake_identity.h"
 #include "tests/support/time_limit.h"
 
 #include <fcntl.h>
@@ -15,20 +12,6 @@
 
 namespace quorvane {
 namespace {
-
-/// What the installed services use: it stays, because watchdogs use it until the process ends.
-struct RealSystem {
-    explicit RealSystem(const Path& home) {
-        identity->home = home;
-        services.userIdentity = identity;
-        services.standardDirectories = std::make_shared<testing::FakeDirectories>(*identity);
-        platform::installServices(&services);
-    }
-
-    std::shared_ptr<platform::linux_::RunLoop> loop = std::make_shared<platform::linux_::RunLoop>();
-    std::shared_ptr<testing::FakeIdentity> identity = std::make_shared<testing::FakeIdentity>();
-    platform::Services services = platform::linux_::makeServices(loop);
-};
 
 class RealOpenFiles : public ::testing::Test {
 protected:
@@ -43,7 +26,7 @@ protected:
 
     const testing::TimeLimit timeLimit_;
     testing::ScratchFolder scratch_;
-    RealSystem& system_ = *new RealSystem(scratch_.path());
+    testing::RealSystem& system_ = *new testing::RealSystem(scratch_.path());
 };
 
 TEST_F(RealOpenFiles, AreFoundByTheirMode) {
