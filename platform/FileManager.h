@@ -5,6 +5,7 @@
 #include <compare>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -71,6 +72,14 @@ enum class ItemSizes : bool { unknown, told };
 /// descriptors.
 enum class StreamHandle : std::int64_t {};
 
+/// What a read brought: as many bytes as asked for, unless the stream is at its end or an error
+/// came in between. A further read tries again.
+struct StreamRead {
+    std::size_t count = 0;
+    bool atEnd = false;
+    std::optional<Error> error = std::nullopt;
+};
+
 /// One instance per operation; an instance is used by one thread.
 class FileManager {
 public:
@@ -114,13 +123,27 @@ public:
 
     /// Replaces the file's content in one step: readers see the old file or the new one, whole.
     virtual Result<void> writeAtomically(const Path& path, std::string_view content) = 0;
+    // Streams are unbuffered, stay open until they are closed, whatever becomes of the instance,
+    // and never wait for another process: a FIFO is refused with ENXIO.
+
+    /// Opens what is there for reading at its start ("rb"). A folder opens, and then cannot be
+    /// read.
+    virtual Result<StreamHandle> openForReading(const Path& path) = 0;
+    /// Opens a file for writing and reading, empty ("w+"): one that is missing is made, one that is
+    /// there loses its content.
+    virtual Result<StreamHandle> openTruncated(const Path& path) = 0;
     /// Opens an existing file for writing at its start; creates nothing.
     virtual Result<StreamHandle> openForWriting(const Path& path) = 0;
+    /// Moves to a position in bytes, which may lie behind the end.
+    virtual Result<void> seek(StreamHandle handle, std::uint64_t position) = 0;
     /// Moves to the end and answers the position in bytes.
     virtual Result<std::uint64_t> seekToEnd(StreamHandle handle) = 0;
     /// Writes up to all bytes and answers how many were written before a failure; an error only
     /// when none were.
     virtual Result<std::size_t> write(StreamHandle handle, std::string_view bytes) = 0;
+    /// Fills the buffer from the position on, as far as there is something to read.
+    virtual StreamRead read(StreamHandle handle, std::span<char> buffer) = 0;
+    /// Closes the descriptor that the handle is.
     virtual void close(StreamHandle handle) = 0;
 };
 

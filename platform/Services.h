@@ -9,6 +9,7 @@ namespace quorvane::platform {
 class Application;
 class Authorization;
 class ConsoleLog;
+class Digests;
 class Exceptions;
 class ExtendedAttributes;
 class FileManager;
@@ -26,6 +27,7 @@ struct Services {
     std::shared_ptr<Application> application;
     std::shared_ptr<Authorization> authorization;
     std::shared_ptr<ConsoleLog> consoleLog;
+    std::shared_ptr<Digests> digests;
     std::shared_ptr<Exceptions> exceptions;
     std::shared_ptr<ExtendedAttributes> extendedAttributes;
     std::function<std::unique_ptr<FileManager>()> makeFileManager;

@@ -1,12 +1,17 @@
 // Files and folders, the plain way first and with administrator rights where that fails.
 #pragma once
 
+#include <any>
 #include <chrono>
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "kit/files/file_copy.h"
+#include "platform/Digests.h"
 #include "platform/FileManager.h"
 #include "platform/PropertyLists.h"
 #include "platform/Values.h"
@@ -21,6 +26,14 @@ enum class SetCreationDate : bool { no, yes };
 enum class IncludeParent : bool { no, yes };
 /// Accepted for callers of earlier versions; has no effect.
 enum class SearchSubdirs : bool { no, yes };
+
+/// Is asked while a file is hashed. An operation left empty is one that the delegate does not
+/// respond to.
+struct ChecksumDelegate {
+    /// `checksumShouldContinue:`: false cancels the run, some chunks later. On a thread of the
+    /// concurrent queue after each 50 MiB; calls may overlap, and come after the end of the run.
+    std::function<bool(const Path& file)> checksumShouldContinue;
+};
 
 /// Class operations on absolute paths, without state, from any thread.
 ///
@@ -199,6 +212,49 @@ public:
                           SetCreationDate setCreationDate = SetCreationDate::no);
     /// `setModificationDate:forFile:`.
     static bool setModificationDate(platform::FileTime date, const MaybePath& item);
+
+    // Hashing. Digests read as lowercase hexadecimal digits, two a byte.
+
+    /// `md5HashWithContext:`, `sha1HashWithContext:`, `sha256HashWithContext:`,
+    /// `sha512HashWithContext:`: the digest of what the context was fed; the caller's own goes on.
+    /// Null for a context of another algorithm, and for one that is not usable.
+    static MaybeText md5HashWithContext(platform::DigestContext context);
+    static MaybeText sha1HashWithContext(platform::DigestContext context);
+    static MaybeText sha256HashWithContext(platform::DigestContext context);
+    static MaybeText sha512HashWithContext(platform::DigestContext context);
+    /// `md5HashForFile:`, `md5HashForFile:delegate:` and so on: the digest of a whole file, read in
+    /// constant memory. The delegate may cancel; it is kept alive as long as it may be asked. Null
+    /// when it did, and when the file cannot be opened, which the console log tells, or read, which
+    /// the application's log tells.
+    static MaybeText md5HashForFile(const MaybePath& file,
+                                    const std::shared_ptr<const ChecksumDelegate>& delegate = {});
+    static MaybeText sha1HashForFile(const MaybePath& file,
+                                     const std::shared_ptr<const ChecksumDelegate>& delegate = {});
+    static MaybeText
+    sha512HashForFile(const MaybePath& file,
+                      const std::shared_ptr<const ChecksumDelegate>& delegate = {});
+
+    // Copies with progress and verification
+
+    /// `copyFileWithProgress:destinations:verificationType:delegate:object:object:`: copies a file
+    /// to all destinations in one pass, over what is there, and makes the folders for them. With
+    /// verification every chunk is read back from every destination; the delegate is told which
+    /// ones differ, which the answer is not about. In the end the destinations have the source's
+    /// dates. False when the copy was not made whole, which a log tells, or was cancelled; what
+    /// was written stays, and after a failure the streams stay open. The source itself as a
+    /// destination is a failure that leaves it whole.
+    ///
+    /// The delegate and the objects reach the delegate's operations in the settings, and are kept
+    /// alive as long as one of these may be called.
+    static bool copyFileWithProgress(const MaybePath& source, const std::vector<Path>& destinations,
+                                     VerificationType verificationType,
+                                     const std::shared_ptr<const FileCopyDelegate>& delegate = {},
+                                     std::any object = {}, std::any object2 = {});
+    /// `copyFileWithProgress:destination:delegate:object:`, `…object:object:`: the same to one
+    /// destination, without verification.
+    static bool copyFileWithProgress(const MaybePath& source, const MaybePath& destination,
+                                     const std::shared_ptr<const FileCopyDelegate>& delegate = {},
+                                     std::any object = {}, std::any object2 = {});
 };
 
 } // namespace quorvane

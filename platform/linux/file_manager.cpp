@@ -14,6 +14,7 @@
 #include "platform/linux/file_removal.h"
 #include "platform/linux/file_writing.h"
 #include "platform/linux/posix.h"
+#include "platform/linux/streams.h"
 #include "platform/linux/tree_walk.h"
 
 namespace quorvane::platform::linux_ {
@@ -60,10 +61,18 @@ public:
     Result<void> writeAtomically(const Path& path, std::string_view content) override {
         return replaceContent(path, content);
     }
-    Result<StreamHandle> openForWriting(const Path& path) override { return openStream(path); }
+    Result<StreamHandle> openForReading(const Path& path) override { return openReadStream(path); }
+    Result<StreamHandle> openTruncated(const Path& path) override { return openEmptyStream(path); }
+    Result<StreamHandle> openForWriting(const Path& path) override { return openWriteStream(path); }
+    Result<void> seek(StreamHandle handle, std::uint64_t position) override {
+        return seekStream(descriptorOf(handle), position);
+    }
     Result<std::uint64_t> seekToEnd(StreamHandle handle) override;
     Result<std::size_t> write(StreamHandle handle, std::string_view bytes) override {
         return writeStream(descriptorOf(handle), bytes);
+    }
+    StreamRead read(StreamHandle handle, std::span<char> buffer) override {
+        return readStream(descriptorOf(handle), buffer);
     }
     void close(StreamHandle handle) override { ::close(descriptorOf(handle)); }
 };

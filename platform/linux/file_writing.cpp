@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "platform/linux/posix.h"
+#include "platform/linux/streams.h"
 #include "platform/linux/temporary_name.h"
 
 namespace quorvane::platform::linux_ {
@@ -86,30 +87,6 @@ Result<void> replaceContent(const Path& path, std::string_view content) {
     if (done) done = replacement.fill(content);
     if (done) done = replacement.replace();
     return done;
-}
-
-Result<StreamHandle> openStream(const Path& path) {
-    const Result<Path> plain = systemPath(path);
-    if (!plain) return plain.error();
-    Descriptor stream(retryInterrupted(
-        [&] { return open(plain.value().c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); }));
-    if (!stream) return systemError();
-    struct stat status {};
-    if (fstat(stream.get(), &status) != 0) return systemError();
-    if (S_ISFIFO(status.st_mode)) return systemError(ENXIO);
-    return StreamHandle{stream.release()};
-}
-
-Result<std::size_t> writeStream(int descriptor, std::string_view bytes) {
-    std::size_t written = 0;
-    while (written < bytes.size()) {
-        const ssize_t count = retryInterrupted(
-            [&] { return ::write(descriptor, bytes.data() + written, bytes.size() - written); });
-        if (count < 0 && written == 0) return systemError();
-        if (count <= 0) break;
-        written += static_cast<std::size_t>(count);
-    }
-    return written;
 }
 
 } // namespace quorvane::platform::linux_

@@ -6,6 +6,7 @@
 #include <thread>
 #include <utility>
 
+#include "platform/linux/concurrent_queue.h"
 #include "platform/linux/posix.h"
 
 namespace quorvane::platform::linux_ {
@@ -24,6 +25,10 @@ public:
         } catch (const std::system_error& error) {
             throw Exception("ThreadException", systemError(error.code().value()).text);
         }
+    }
+
+    void dispatchAsync(std::function<void()> operation) override {
+        concurrentQueue().add(std::move(operation));
     }
 
     void sleepFor(double seconds) override {

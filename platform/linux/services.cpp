@@ -8,6 +8,7 @@
 
 #include "platform/linux/authorization/authorization.h"
 #include "platform/linux/console_log.h"
+#include "platform/linux/digests.h"
 #include "platform/linux/exceptions.h"
 #include "platform/linux/extended_attributes.h"
 #include "platform/linux/file_manager.h"
@@ -47,6 +48,7 @@ Services makeServices(std::shared_ptr<Application> application) {
     return {.application = std::move(application),
             .authorization = makeAuthorization(identity),
             .consoleLog = makeConsoleLog(),
+            .digests = makeDigests(),
             .exceptions = makeExceptions(),
             .extendedAttributes = makeExtendedAttributes(),
             .makeFileManager = makeFileManager,

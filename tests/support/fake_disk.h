@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -37,6 +38,8 @@ public:
     void setWritable(const Path& path, bool writable);
     void setCreationDate(const Path& path, platform::FileTime date);
     void setModificationDate(const Path& path, platform::FileTime date);
+    /// The disk is full when the file has so many bytes.
+    void setMostBytes(const Path& path, std::size_t bytes);
     /// The time that new and written items get; at first the start of 1970.
     void setNow(platform::FileTime now);
 
@@ -58,6 +61,12 @@ public:
     /// Every use fails.
     void failAlways(const std::string& operation, const Path& path, platform::Error error);
     void stopFailing(const std::string& operation, const Path& path);
+    /// Called after each read, on the reading thread, with the path that was opened and what was
+    /// read, which it may change: fewer bytes are the end of the stream.
+    using ReadAction = std::function<void(const Path& path, Bytes& bytes)>;
+    void onRead(ReadAction action);
+    /// The number of the first stream that is opened; at first 3.
+    void setFirstHandle(std::int64_t number);
     /// Takes the failure that is scripted for an operation that stands outside; null without one.
     std::optional<platform::Error> scriptedFailure(const std::string& operation, const Path& path);
 
@@ -76,10 +85,14 @@ public:
     bool isWritable(const Path& path) const;
     bool isExecutable(const Path& path) const;
     platform::Result<void> writeAtomically(const Path& path, std::string_view content);
+    platform::Result<platform::StreamHandle> openForReading(const Path& path);
+    platform::Result<platform::StreamHandle> openTruncated(const Path& path);
     platform::Result<platform::StreamHandle> openForWriting(const Path& path);
     /// Failures of streams are scripted for the path that was opened.
+    platform::Result<void> seek(platform::StreamHandle handle, std::uint64_t position);
     platform::Result<std::uint64_t> seekToEnd(platform::StreamHandle handle);
     platform::Result<std::size_t> write(platform::StreamHandle handle, std::string_view bytes);
+    platform::StreamRead read(platform::StreamHandle handle, std::span<char> buffer);
     void close(platform::StreamHandle handle);
     /// The path that an open stream was opened with; empty for an unknown one.
     Path pathOf(platform::StreamHandle handle) const;
@@ -115,6 +128,7 @@ private:
     std::shared_ptr<FakeItem> makeItem(FakeItem::Kind kind, Bytes content) const;
     void add(const Path& path, FakeItem::Kind kind, Bytes content);
 
+    platform::StreamHandle addStream(const Path& path, const std::shared_ptr<FakeItem>& item);
     std::optional<platform::Error> failure(const std::string& operation, const Path& path);
     platform::Result<void> removeTree(const FakePlace& place, const Path& path);
     platform::Result<void> move(const Path& source, const Path& destination);
@@ -126,6 +140,8 @@ private:
     std::shared_ptr<FakeItem> root_ = makeItem(FakeItem::Kind::folder, {});
     platform::FileTime now_;
     std::vector<Failure> failures_;
+    ReadAction readAction_;
+    std::int64_t firstHandle_ = 3;
     std::map<platform::StreamHandle, Stream> streams_;
 };
 

@@ -11,22 +11,12 @@ namespace quorvane::testing {
 namespace {
 
 using platform::Result;
-using platform::StreamHandle;
-
-constexpr std::int64_t kFirstHandle = 3;
 
 /// What keeps the process from changing an item's place in its folder; 0: nothing.
 int protection(const FakePlace& place) {
     if (!place.folder) return EBUSY;
     if (place.folder->immutable || place.item->immutable) return EPERM;
     return place.folder->writable ? 0 : EACCES;
-}
-
-/// What keeps the process from writing a file; 0: nothing.
-int writeProtection(const FakeItem& item) {
-    if (item.isFolder()) return EISDIR;
-    if (item.immutable) return EPERM;
-    return item.writable ? 0 : EACCES;
 }
 
 bool holds(const FakeItem& folder, const FakeItem* sought) {
@@ -222,53 +212,6 @@ Result<void> FakeDisk::writeAtomically(const Path& path, std::string_view conten
     folder->removeEntry(name);
     folder->entries.emplace_back(name, made);
     return {};
-}
-
-// Streams
-
-Result<StreamHandle> FakeDisk::openForWriting(const Path& path) {
-    const std::lock_guard lock(mutex_);
-    if (auto error = failure("openForWriting", path)) return *error;
-    const Place place = findItem(root_, path, FinalLink::follow);
-    if (!place) return place.error();
-    if (const int code = writeProtection(*place.value().item)) return errorFor(code);
-    std::int64_t handle = kFirstHandle;
-    while (streams_.contains(StreamHandle{handle})) ++handle;
-    streams_[StreamHandle{handle}] = {path, place.value().item};
-    return StreamHandle{handle};
-}
-
-Result<std::uint64_t> FakeDisk::seekToEnd(StreamHandle handle) {
-    const std::lock_guard lock(mutex_);
-    const auto stream = streams_.find(handle);
-    if (stream == streams_.end()) return errorFor(EBADF);
-    if (auto error = failure("seekToEnd", stream->second.path)) return *error;
-    return stream->second.position = stream->second.item->content.size();
-}
-
-Result<std::size_t> FakeDisk::write(StreamHandle handle, std::string_view bytes) {
-    const std::lock_guard lock(mutex_);
-    const auto found = streams_.find(handle);
-    if (found == streams_.end()) return errorFor(EBADF);
-    Stream& stream = found->second;
-    if (auto error = failure("write", stream.path)) return *error;
-    Bytes& content = stream.item->content;
-    content.resize(std::max<std::size_t>(content.size(), stream.position + bytes.size()));
-    content.replace(stream.position, bytes.size(), bytes);
-    stream.position += bytes.size();
-    stream.item->modificationDate = now_;
-    return bytes.size();
-}
-
-void FakeDisk::close(StreamHandle handle) {
-    const std::lock_guard lock(mutex_);
-    streams_.erase(handle);
-}
-
-Path FakeDisk::pathOf(StreamHandle handle) const {
-    const std::lock_guard lock(mutex_);
-    const auto stream = streams_.find(handle);
-    return stream == streams_.end() ? Path() : stream->second.path;
 }
 
 // Extended attributes

@@ -147,9 +147,25 @@ platform::Result<void> FakeFileManager::writeAtomically(const Path& path,
     return disk_->writeAtomically(path, content);
 }
 
+platform::Result<platform::StreamHandle> FakeFileManager::openForReading(const Path& path) {
+    journal_->add("files.openForReading " + path);
+    return disk_->openForReading(path);
+}
+
+platform::Result<platform::StreamHandle> FakeFileManager::openTruncated(const Path& path) {
+    journal_->add("files.openTruncated " + path);
+    return disk_->openTruncated(path);
+}
+
 platform::Result<platform::StreamHandle> FakeFileManager::openForWriting(const Path& path) {
     journal_->add("files.open " + path);
     return disk_->openForWriting(path);
+}
+
+platform::Result<void> FakeFileManager::seek(platform::StreamHandle handle,
+                                             std::uint64_t position) {
+    journal_->add("files.seek " + disk_->pathOf(handle) + " " + std::to_string(position));
+    return disk_->seek(handle, position);
 }
 
 platform::Result<std::uint64_t> FakeFileManager::seekToEnd(platform::StreamHandle handle) {
@@ -161,6 +177,12 @@ platform::Result<std::size_t> FakeFileManager::write(platform::StreamHandle hand
                                                      std::string_view bytes) {
     journal_->add("files.write " + disk_->pathOf(handle) + bytesText(bytes));
     return disk_->write(handle, bytes);
+}
+
+platform::StreamRead FakeFileManager::read(platform::StreamHandle handle, std::span<char> buffer) {
+    journal_->add("files.read " + disk_->pathOf(handle) +
+                  bytesText({buffer.data(), buffer.size()}));
+    return disk_->read(handle, buffer);
 }
 
 void FakeFileManager::close(platform::StreamHandle handle) {

@@ -21,6 +21,8 @@ enum class JournalQueries : bool { no, yes };
 ///     files.setAttributes /a immutable=no permissions=755 creationDate=1.5 modificationDate=2
 ///     files.writeAtomically /a 12 bytes
 ///     files.open /a, files.seekToEnd /a, files.write /a 12 bytes, files.close /a
+///     files.openForReading /a, files.openTruncated /a, files.seek /a 65536, files.read /a 65536
+///     bytes
 /// and, when queries are asked for, files.exists, files.list, files.attributes,
 /// files.linkDestination, files.walk, files.isWritable and files.isExecutable with the path. Dates
 /// are seconds since the start of 1970.
@@ -44,10 +46,14 @@ public:
     bool isWritable(const Path& path) override;
     bool isExecutable(const Path& path) override;
     platform::Result<void> writeAtomically(const Path& path, std::string_view content) override;
+    platform::Result<platform::StreamHandle> openForReading(const Path& path) override;
+    platform::Result<platform::StreamHandle> openTruncated(const Path& path) override;
     platform::Result<platform::StreamHandle> openForWriting(const Path& path) override;
+    platform::Result<void> seek(platform::StreamHandle handle, std::uint64_t position) override;
     platform::Result<std::uint64_t> seekToEnd(platform::StreamHandle handle) override;
     platform::Result<std::size_t> write(platform::StreamHandle handle,
                                         std::string_view bytes) override;
+    platform::StreamRead read(platform::StreamHandle handle, std::span<char> buffer) override;
     void close(platform::StreamHandle handle) override;
 
 private:

@@ -13,6 +13,7 @@ FakePlatform::FakePlatform()
     : services{.application = application,
                .authorization = authorization,
                .consoleLog = consoleLog,
+               .digests = digests,
                .exceptions = exceptions,
                .extendedAttributes = extendedAttributes,
                .makeFileManager = fakeFileManagerMaker(disk, journal),

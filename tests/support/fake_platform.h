@@ -6,6 +6,7 @@
 #include "platform/Services.h"
 #include "tests/support/fake_application.h"
 #include "tests/support/fake_authorization.h"
+#include "tests/support/fake_digests.h"
 #include "tests/support/fake_disk.h"
 #include "tests/support/fake_extended_attributes.h"
 #include "tests/support/fake_file_manager.h"
@@ -35,6 +36,7 @@ public:
     const std::shared_ptr<FakeAuthorization> authorization =
         std::make_shared<FakeAuthorization>(*journal);
     const std::shared_ptr<FakeConsoleLog> consoleLog = std::make_shared<FakeConsoleLog>(*journal);
+    const std::shared_ptr<FakeDigests> digests = std::make_shared<FakeDigests>();
     const std::shared_ptr<FakeExceptions> exceptions = std::make_shared<FakeExceptions>();
     const std::shared_ptr<FakeExtendedAttributes> extendedAttributes =
         std::make_shared<FakeExtendedAttributes>(disk, journal);

@@ -18,6 +18,15 @@ FakeQueues::~FakeQueues() { join(); }
 void FakeQueues::detachThread(std::function<void()> operation) {
     journal_.add("queues.detachThread");
     if (refusal_) throw platform::Exception("ThreadException", *refusal_);
+    carryOut(std::move(operation));
+}
+
+void FakeQueues::dispatchAsync(std::function<void()> operation) {
+    journal_.add("queues.dispatchAsync");
+    carryOut(std::move(operation));
+}
+
+void FakeQueues::carryOut(std::function<void()> operation) {
     if (mode_ == Detached::inlined) return operation();
     const std::lock_guard lock(mutex_);
     if (mode_ == Detached::recorded)

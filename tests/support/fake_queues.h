@@ -15,7 +15,7 @@
 
 namespace quorvane::testing {
 
-/// What becomes of a detached thread's operation.
+/// What becomes of the operation of a detached thread or of the concurrent queue.
 enum class Detached {
     /// It runs on a thread of its own, which the fake's destructor waits for.
     onThread,
@@ -25,7 +25,8 @@ enum class Detached {
     recorded,
 };
 
-/// Journals "queues.detachThread" and "queues.sleepFor 0.3". Sleeping takes no time worth naming.
+/// Journals "queues.detachThread", "queues.dispatchAsync" and "queues.sleepFor 0.3". Sleeping takes
+/// no time worth naming.
 class FakeQueues : public platform::Queues {
 public:
     explicit FakeQueues(Journal& journal) : journal_(journal) {}
@@ -34,6 +35,7 @@ public:
     FakeQueues& operator=(const FakeQueues&) = delete;
 
     void detachThread(std::function<void()> operation) override;
+    void dispatchAsync(std::function<void()> operation) override;
     void sleepFor(double seconds) override;
     /// Goes on by the seconds slept and by what the test adds.
     double uptime() override { return uptime_; }
@@ -52,6 +54,8 @@ public:
     void join();
 
 private:
+    void carryOut(std::function<void()> operation);
+
     Journal& journal_;
     std::atomic<double> uptime_ = 0;
     Detached mode_ = Detached::onThread;

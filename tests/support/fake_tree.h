@@ -1,6 +1,7 @@
 // The items of a fake disk, and how paths lead to them. Not thread-safe: FakeDisk holds the lock.
 #pragma once
 
+#include <limits>
 #include <map>
 #include <memory>
 #include <string>
@@ -22,6 +23,8 @@ struct FakeItem {
     unsigned long permissions = 0644;
     bool immutable = false;
     bool writable = true;
+    /// Writing stops there, as on a full disk.
+    std::size_t mostBytes = std::numeric_limits<std::size_t>::max();
     platform::FileTime creationDate;
     platform::FileTime modificationDate;
     std::map<std::string, Bytes> extendedAttributes;

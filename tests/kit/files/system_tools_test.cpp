@@ -4,13 +4,10 @@
 
 #include "kit/files/QVFileManager.h"
 #include "platform/PropertyLists.h"
-#include "platform/Services.h"
 #include "platform/linux/processes.h"
-#include "platform/linux/run_loop.h"
-#include "platform/linux/services.h"
 #include "platform/linux/tools.h"
+#include "tests/kit/files/real_system.h"
 #include "tests/platform/linux/scratch_folder.h"
-#include "tests/support/fake_identity.h"
 #include "tests/support/time_limit.h"
 
 #include <fcntl.h>
@@ -19,25 +16,14 @@
 namespace quorvane {
 namespace {
 
-/// What the installed services use: it stays, because watchdogs use it until the process ends.
-struct RealSystem {
-    explicit RealSystem(const Path& home) {
-        identity->home = home;
-        services.userIdentity = identity;
-        services.standardDirectories = std::make_shared<testing::FakeDirectories>(*identity);
-        // Those just built, in place of those installed.
-        services.tools = platform::linux_::makeTools(QV_TOOLS_FOLDER);
-        services.processes = platform::linux_::makeProcesses(services.tools);
-        platform::installServices(&services);
-    }
-
-    std::shared_ptr<platform::linux_::RunLoop> loop = std::make_shared<platform::linux_::RunLoop>();
-    std::shared_ptr<testing::FakeIdentity> identity = std::make_shared<testing::FakeIdentity>();
-    platform::Services services = platform::linux_::makeServices(loop);
-};
-
+/// Runs the tools just built, in place of those installed.
 class SystemTools : public ::testing::Test {
 protected:
+    SystemTools() {
+        system_.services.tools = platform::linux_::makeTools(QV_TOOLS_FOLDER);
+        system_.services.processes = platform::linux_::makeProcesses(system_.services.tools);
+    }
+
     /// Whether the file is found open for writing while this process holds it open so.
     bool isOpen(const Path& file, int flags) {
         const int held = open(file.c_str(), flags | O_CLOEXEC);
@@ -49,7 +35,7 @@ protected:
 
     const testing::TimeLimit timeLimit_;
     testing::ScratchFolder scratch_;
-    RealSystem& system_ = *new RealSystem(scratch_.path());
+    testing::RealSystem& system_ = *new testing::RealSystem(scratch_.path());
 };
 
 TEST_F(SystemTools, FindFilesOpenForWriting) {

@@ -10,7 +10,18 @@ namespace {
 
 using ::testing::UnorderedElementsAre;
 
-class FileWritingContract : public DiskContract {};
+class FileWritingContract : public DiskContract {
+protected:
+    /// What a read brought, with what ended it: "abc", "abc(end)", "(Input/output error)".
+    std::string read(platform::StreamHandle stream, std::size_t size) {
+        std::string bytes(size, '?');
+        const platform::StreamRead result = files().read(stream, bytes);
+        bytes.resize(result.count);
+        if (result.atEnd) bytes += "(end)";
+        if (result.error) bytes += "(" + result.error->text + ")";
+        return bytes;
+    }
+};
 
 INSTANTIATE_TEST_SUITE_P(Of, FileWritingContract, ::testing::Values(&kFakeWorld, &kLinuxWorld),
                          worldName);
@@ -78,6 +89,62 @@ TEST_P(FileWritingContract, StreamsOutliveTheirNames) {
     EXPECT_FALSE(world().contains(path("file")));
 }
 
+TEST_P(FileWritingContract, StreamsReadFromTheStartToTheEnd) {
+    world().addFile(path("file"), std::string("01234\0\xFFx89", 10));
+    world().addLink(path("link"), "file");
+    const auto stream = files().openForReading(path("link"));
+    ASSERT_TRUE(stream.ok());
+    EXPECT_EQ(read(stream.value(), 6), std::string("01234\0", 6));
+    EXPECT_EQ(read(stream.value(), 4), "\xFFx89");
+    EXPECT_EQ(read(stream.value(), 4), "(end)");
+    EXPECT_TRUE(files().seek(stream.value(), 8).ok());
+    EXPECT_EQ(read(stream.value(), 4), "89(end)");
+    EXPECT_EQ(read(stream.value(), 0), "");
+    EXPECT_TRUE(files().seek(stream.value(), 100).ok());
+    EXPECT_EQ(read(stream.value(), 4), "(end)");
+    files().close(stream.value());
+}
+
+TEST_P(FileWritingContract, TruncatedStreamsBeginEmptyAndReadWhatTheyWrote) {
+    world().addFile(path("old"), "0123456789");
+    world().addLink(path("link"), "made");
+    for (const char* name : {"old", "new", "link"}) {
+        const auto stream = files().openTruncated(path(name));
+        ASSERT_TRUE(stream.ok()) << name;
+        EXPECT_EQ(files().seekToEnd(stream.value()).value(), 0U) << name;
+        EXPECT_EQ(files().write(stream.value(), "abcdef").value(), 6U);
+        EXPECT_TRUE(files().seek(stream.value(), 2).ok());
+        EXPECT_EQ(read(stream.value(), 3), "cde");
+        EXPECT_EQ(files().write(stream.value(), "XY").value(), 2U);
+        EXPECT_TRUE(files().seek(stream.value(), 0).ok());
+        EXPECT_EQ(read(stream.value(), 8), "abcdeXY(end)");
+        files().close(stream.value());
+    }
+    EXPECT_EQ(world().content(path("made")), "abcdeXY");
+}
+
+TEST_P(FileWritingContract, StreamsWriteBehindTheEnd) {
+    const auto stream = files().openTruncated(path("file"));
+    ASSERT_TRUE(stream.ok());
+    EXPECT_TRUE(files().seek(stream.value(), 3).ok());
+    EXPECT_EQ(files().write(stream.value(), "x").value(), 1U);
+    files().close(stream.value());
+    EXPECT_EQ(world().content(path("file")), std::string("\0\0\0x", 4));
+}
+
+TEST_P(FileWritingContract, FoldersOpenForReadingButCannotBeRead) {
+    world().addFolder(path("folder"));
+    const auto stream = files().openForReading(path("folder"));
+    ASSERT_TRUE(stream.ok());
+    EXPECT_EQ(read(stream.value(), 4), "(Is a directory)");
+    files().close(stream.value());
+    EXPECT_EQ(files().openTruncated(path("folder")).error().code, EISDIR);
+    EXPECT_EQ(files().openForReading(path("missing")).error().code, ENOENT);
+    EXPECT_EQ(files().openTruncated(path("missing/file")).error().code, ENOENT);
+    EXPECT_EQ(files().openForReading("relative").error().code, ENOENT);
+    EXPECT_EQ(files().openTruncated("").error().code, ENOENT);
+}
+
 TEST_P(FileWritingContract, OpeningCreatesNothing) {
     world().addFolder(path("folder"));
     EXPECT_EQ(files().openForWriting(path("missing")).error().code, ENOENT);
@@ -92,6 +159,8 @@ TEST_P(FileWritingContract, ClosedStreamsAreBadDescriptors) {
     files().close(stream.value());
     EXPECT_EQ(files().write(stream.value(), "text").error().code, EBADF);
     EXPECT_EQ(files().seekToEnd(stream.value()).error().text, "Bad file descriptor");
+    EXPECT_EQ(files().seek(stream.value(), 0).error().code, EBADF);
+    EXPECT_EQ(read(stream.value(), 4), "(Bad file descriptor)");
 }
 
 } // namespace

@@ -39,6 +39,48 @@ TEST_F(LinuxQueuesTest, RunsADetachedOperationOnAnotherThread) {
     EXPECT_NE(ran.load(), std::this_thread::get_id());
 }
 
+TEST_F(LinuxQueuesTest, DispatchesSideBySideAndReturnsAtOnce) {
+    constexpr int kOperations = 8;
+    std::atomic<int> running = 0;
+    std::atomic<bool> mayEnd = false;
+    std::atomic<int> ended = 0;
+    // They all run before the first one ends.
+    for (int i = 0; i < kOperations; ++i)
+        queues_->dispatchAsync([&] {
+            ++running;
+            testing::eventually([&] { return mayEnd.load(); });
+            ++ended;
+        });
+    EXPECT_TRUE(testing::eventually([&] { return running == kOperations; }));
+    EXPECT_EQ(ended, 0);
+    mayEnd = true;
+    EXPECT_TRUE(testing::eventually([&] { return ended == kOperations; }));
+}
+
+TEST_F(LinuxQueuesTest, KeepsWhatExceedsItsThreadsForLater) {
+    constexpr int kOperations = 500;
+    std::atomic<int> begun = 0;
+    std::atomic<int> ended = 0;
+    std::atomic<bool> mayEnd = false;
+    for (int i = 0; i < kOperations; ++i)
+        queues_->dispatchAsync([&] {
+            ++begun;
+            testing::eventually([&] { return mayEnd.load(); });
+            ++ended;
+        });
+    EXPECT_TRUE(testing::eventually([&] { return begun == 64; }));
+    mayEnd = true;
+    EXPECT_TRUE(testing::eventually([&] { return ended == kOperations; }));
+}
+
+TEST_F(LinuxQueuesTest, LetsGoOfWhatADispatchedOperationHolds) {
+    auto held = std::make_shared<int>(1);
+    const std::weak_ptr<int> watched = held;
+    queues_->dispatchAsync([held] {});
+    held.reset();
+    EXPECT_TRUE(testing::eventually([&] { return watched.expired(); }));
+}
+
 TEST_F(LinuxQueuesTest, DoesNotSleepForNonsensicalTimes) {
     const testing::TimeLimit timeLimit;
     for (const double seconds : {0.0, -1.0, -kForever, kNotANumber}) queues_->sleepFor(seconds);

@@ -1,0 +1,79 @@
+#include "platform/linux/streams.h"
+
+#include <limits>
+#include <string>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/linux/posix.h"
+
+namespace quorvane::platform::linux_ {
+namespace {
+
+constexpr mode_t kNewFileMode = 0666;
+constexpr int kWithoutWaiting = O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+
+/// Refuses FIFOs, whose other end could stay silent or vanish.
+Result<StreamHandle> openStream(const Path& path, int flags) {
+    const Result<Path> plain = systemPath(path);
+    if (!plain) return plain.error();
+    Descriptor stream(retryInterrupted(
+        [&] { return open(plain.value().c_str(), flags | kWithoutWaiting, kNewFileMode); }));
+    if (!stream) return systemError();
+    struct stat status {};
+    if (fstat(stream.get(), &status) != 0) return systemError();
+    if (S_ISFIFO(status.st_mode)) return systemError(ENXIO);
+    return StreamHandle{stream.release()};
+}
+
+} // namespace
+
+Result<StreamHandle> openReadStream(const Path& path) {
+    Result<StreamHandle> stream = openStream(path, O_RDONLY);
+    // Streams are read from one end to the other: the disk may look further ahead.
+    if (stream)
+        ignore(posix_fadvise(static_cast<int>(stream.value()), 0, 0, POSIX_FADV_SEQUENTIAL));
+    return stream;
+}
+
+Result<StreamHandle> openEmptyStream(const Path& path) {
+    return openStream(path, O_RDWR | O_CREAT | O_TRUNC);
+}
+
+Result<StreamHandle> openWriteStream(const Path& path) { return openStream(path, O_WRONLY); }
+
+Result<void> seekStream(int descriptor, std::uint64_t position) {
+    if (position > std::numeric_limits<off_t>::max()) return systemError(EOVERFLOW);
+    if (lseek(descriptor, static_cast<off_t>(position), SEEK_SET) < 0) return systemError();
+    return {};
+}
+
+StreamRead readStream(int descriptor, std::span<char> buffer) {
+    StreamRead result;
+    while (result.count < buffer.size()) {
+        const ssize_t count = retryInterrupted([&] {
+            return ::read(descriptor, buffer.data() + result.count, buffer.size() - result.count);
+        });
+        if (count < 0) result.error = systemError();
+        result.atEnd = count == 0;
+        if (count <= 0) break;
+        result.count += static_cast<std::size_t>(count);
+    }
+    return result;
+}
+
+Result<std::size_t> writeStream(int descriptor, std::string_view bytes) {
+    std::size_t written = 0;
+    while (written < bytes.size()) {
+        const ssize_t count = retryInterrupted(
+            [&] { return ::write(descriptor, bytes.data() + written, bytes.size() - written); });
+        if (count < 0 && written == 0) return systemError();
+        if (count <= 0) break;
+        written += static_cast<std::size_t>(count);
+    }
+    return written;
+}
+
+} // namespace quorvane::platform::linux_

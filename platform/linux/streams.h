@@ -1,0 +1,21 @@
+// Streams on descriptors. The handle is the descriptor.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "platform/FileManager.h"
+
+namespace quorvane::platform::linux_ {
+
+// As the functions of FileManager. Opening never waits, for a FIFO's other end or a modem's
+// carrier, nor does reading from a silent terminal.
+Result<StreamHandle> openReadStream(const Path& path);
+Result<StreamHandle> openEmptyStream(const Path& path);
+Result<StreamHandle> openWriteStream(const Path& path);
+Result<void> seekStream(int descriptor, std::uint64_t position);
+StreamRead readStream(int descriptor, std::span<char> buffer);
+Result<std::size_t> writeStream(int descriptor, std::string_view bytes);
+
+} // namespace quorvane::platform::linux_
