@@ -38,8 +38,8 @@ struct FileCopyDelegate {
     std::function<void(const CopySettings& settings)> fileCopyFinished;
 };
 
-/// What one copy is about, handed to every call of its delegate. The names are the keys that
-/// delegates know. Any thread; calls that come late find it alive.
+/// What one copy is about, handed to every call of its delegate: a dictionary whose values have
+/// types. Any thread; calls that come late find it alive.
 class FileCopySettings {
 public:
     FileCopySettings(Path source, std::vector<Path> destinations,
@@ -51,7 +51,7 @@ public:
 
     const Path& source() const { return source_; }
     const std::vector<Path>& destinations() const { return destinations_; }
-    static constexpr std::string_view operationType() { return "copy"; }
+    static std::string operationType() { return "copy"; }
     /// Null without one.
     const std::shared_ptr<const FileCopyDelegate>& delegate() const { return delegate_; }
     /// The caller's own; empty where not given.
@@ -64,6 +64,12 @@ public:
     MaybeText destChecksum() const { return guarded(destChecksum_); }
     /// The digests of all destinations, in their order; null before all are verified.
     std::optional<std::vector<MaybeText>> destChecksums() const { return guarded(destChecksums_); }
+
+    /// The value of "source", "destinations", "operationtype", "delegate", "object", "object2",
+    /// "sourceChecksum", "destChecksum" or "destChecksums", in the type that its accessor answers
+    /// where it is there; empty where it is not, and for any other key. For delegates that pass
+    /// settings on without knowing them.
+    std::any objectForKey(std::string_view key) const;
 
     void setSourceChecksum(MaybeText text) { set(sourceChecksum_, std::move(text)); }
     void setDestChecksum(MaybeText text) { set(destChecksum_, std::move(text)); }

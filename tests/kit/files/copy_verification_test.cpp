@@ -69,6 +69,27 @@ TEST_F(CopyVerification, KnowsTheDigestsOfAll) {
     EXPECT_EQ(system.disk->openStreams(), 0U);
 }
 
+TEST_F(CopyVerification, TellsItsSettingsByKeysToo) {
+    system.disk->addFile("/s", "content");
+    EXPECT_TRUE(QVFileManager::copyFileWithProgress("/s", {"/d/a", "/d/b"}, VerificationType::md5,
+                                                    listener(), 1, std::string("two")));
+    const MaybeText expected = digest(VerificationType::md5, "content");
+    const auto value = [&](std::string_view key) { return settings()->objectForKey(key); };
+    EXPECT_EQ(std::any_cast<Path>(value("source")), "/s");
+    EXPECT_THAT(std::any_cast<std::vector<Path>>(value("destinations")),
+                ElementsAre("/d/a", "/d/b"));
+    EXPECT_EQ(std::any_cast<std::string>(value("operationtype")), "copy");
+    EXPECT_EQ(std::any_cast<std::shared_ptr<const FileCopyDelegate>>(value("delegate")),
+              settings()->delegate());
+    EXPECT_EQ(std::any_cast<int>(value("object")), 1);
+    EXPECT_EQ(std::any_cast<std::string>(value("object2")), "two");
+    EXPECT_EQ(std::any_cast<std::string>(value("sourceChecksum")), expected);
+    EXPECT_FALSE(value("destChecksum").has_value()); // as none has failed
+    EXPECT_THAT(std::any_cast<std::vector<MaybeText>>(value("destChecksums")),
+                ElementsAre(expected, expected));
+    EXPECT_FALSE(value("size").has_value());
+}
+
 TEST_F(CopyVerification, OfNothing) {
     system.disk->addFile("/s");
     for (const VerificationType type : kTypes) {

@@ -1,7 +1,7 @@
 // Qt and the libraries below it are not built for ThreadSanitizer, which does not see how their own
-// threads keep order: what they free, lock or write for themselves is none of its business. Our code
-// between them is watched all the same.
-// NOLINTNEXTLINE(bugprone-reserved-identifier): the name that the sanitizer looks for
+// threads keep order: what they free, lock or write for themselves is none of its business. Our
+// code between them is watched all the same. NOLINTNEXTLINE(bugprone-reserved-identifier): the name
+// that the sanitizer looks for
 extern "C" const char* __tsan_default_options();
 
 // NOLINTNEXTLINE(bugprone-reserved-identifier)
