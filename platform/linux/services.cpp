@@ -12,6 +12,8 @@
 #include "platform/linux/extended_attributes.h"
 #include "platform/linux/file_manager.h"
 #include "platform/linux/posix.h"
+#include "platform/linux/presentation/change_notices.h"
+#include "platform/linux/presentation/presentation.h"
 #include "platform/linux/processes.h"
 #include "platform/linux/property_lists.h"
 #include "platform/linux/queues.h"
@@ -44,12 +46,14 @@ Services makeServices(std::shared_ptr<Application> application) {
     const auto identity = std::make_shared<LinuxUserIdentity>();
     const auto tools = makeTools();
     const auto propertyLists = std::make_shared<LinuxPropertyLists>();
+    const auto notices = std::make_shared<ChangeNotices>();
     return {.application = std::move(application),
             .authorization = makeAuthorization(identity),
             .consoleLog = makeConsoleLog(),
             .exceptions = makeExceptions(),
             .extendedAttributes = makeExtendedAttributes(),
             .makeFileManager = makeFileManager,
+            .presentation = makePresentation(identity, propertyLists, notices),
             .processes = makeProcesses(tools),
             .propertyLists = propertyLists,
             .queues = makeQueues(),
@@ -57,7 +61,7 @@ Services makeServices(std::shared_ptr<Application> application) {
             .systemInfo = makeSystemInfo(),
             .tools = tools,
             .userIdentity = identity,
-            .workspace = std::make_shared<LinuxWorkspace>(identity, propertyLists)};
+            .workspace = std::make_shared<LinuxWorkspace>(identity, propertyLists, notices)};
 }
 
 } // namespace quorvane::platform::linux_
