@@ -5,10 +5,10 @@
 #include <sys/un.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <optional>
 #include <set>
 #include <thread>
 #include <vector>
@@ -167,6 +167,13 @@ TEST_F(SessionBusTest, AHungBusHangsNobody) {
     EXPECT_FALSE(first.announce(item));
     ChangeNotices second;
     EXPECT_FALSE(second.announce(item)) << "the queue of the socket is full";
+}
+
+TEST_F(SessionBusTest, AHungBusKeepsNoProgramFromEnding) {
+    const Descriptor hung = hungBus();
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(ChangeNotices().announce("/missing"));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
 }
 
 TEST_F(SessionBusTest, ABusThatHangsUpIsAFailureOfTheNextNoticesOnly) {
