@@ -13,6 +13,7 @@ class Digests;
 class Exceptions;
 class ExtendedAttributes;
 class FileManager;
+class Presentation;
 class Processes;
 class PropertyLists;
 class Queues;
@@ -31,6 +32,7 @@ struct Services {
     std::shared_ptr<Exceptions> exceptions;
     std::shared_ptr<ExtendedAttributes> extendedAttributes;
     std::function<std::unique_ptr<FileManager>()> makeFileManager;
+    std::shared_ptr<Presentation> presentation;
     std::shared_ptr<Processes> processes;
     std::shared_ptr<PropertyLists> propertyLists;
     std::shared_ptr<Queues> queues;

@@ -13,6 +13,7 @@
 #include "kit/files/file_copy.h"
 #include "platform/Digests.h"
 #include "platform/FileManager.h"
+#include "platform/Presentation.h"
 #include "platform/PropertyLists.h"
 #include "platform/Values.h"
 
@@ -255,6 +256,46 @@ public:
     static bool copyFileWithProgress(const MaybePath& source, const MaybePath& destination,
                                      const std::shared_ptr<const FileCopyDelegate>& delegate = {},
                                      std::any object = {}, std::any object2 = {});
+
+    // Presentation: labels, progress, and what the desktop knows of items
+
+    /// A colour in the calibrated colour space; every component from 0 to 1.
+    struct Color {
+        double hue = 0;
+        double saturation = 0;
+        double brightness = 0;
+        double alpha = 1;
+        bool operator==(const Color&) const = default;
+    };
+
+    /// `notifyFileSystemChanged:`: tells the file manager that a folder's contents or a file
+    /// changed. Waits for nobody.
+    static void notifyFileSystemChanged(const MaybePath& path);
+    /// `stringToFSRef:`: refers to the item itself; to nothing where there is none.
+    static platform::FileReference stringToFSRef(const MaybePath& path);
+    /// `stringWithFSRef:`: where the item is now; null when it cannot be found.
+    static MaybePath stringWithFSRef(const platform::FileReference* reference);
+    /// `setFinderProgress:forFile:`: has the file manager show a progress bar on the file's icon, 0
+    /// to 1; a negative fraction or none (NaN) takes it away. Marked are an extended attribute and
+    /// the creation date, which goes back to the modification date. Failures are silent.
+    static void setFinderProgress(float fraction, const MaybePath& file);
+    /// `removeFinderProgressForFile:`: sets a progress of -1.
+    static void removeFinderProgressForFile(const MaybePath& file);
+    /// `registerApplicationWithLaunchServices:`: lets the desktop know an application bundle, or
+    /// what became of it, so that it offers it and finds it by its identifier.
+    static bool registerApplicationWithLaunchServices(const MaybePath& bundle);
+    /// `finderColorIndexForPath:`: the item's label, 1 to 7, or 0 for none.
+    static int finderColorIndexForPath(const MaybePath& path);
+    /// `setFinderColorIndex:forPath:`: 0 takes the label away. Failures are silent.
+    static void setFinderColorIndex(int label, const MaybePath& path);
+    /// `finderColorForColorIndex:`: the label's colour; null for what is no label.
+    static std::optional<Color> finderColorForColorIndex(int label);
+    /// `finderColorForPath:`: the colour of the item's label.
+    static std::optional<Color> finderColorForPath(const MaybePath& path);
 };
+
+/// `SendFinderSyncEvent`: tells the file manager that the item changed, without waiting for it: 0,
+/// or the platform's error number.
+std::int32_t SendFinderSyncEvent(const platform::FileReference* reference);
 
 } // namespace quorvane

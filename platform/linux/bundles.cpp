@@ -7,12 +7,11 @@
 #include <vector>
 
 #include "platform/PropertyLists.h"
-#include "platform/linux/small_file.h"
+#include "platform/linux/bundle_info.h"
 
 namespace quorvane::platform::linux_ {
 namespace {
 
-constexpr std::size_t kMaxDesktopEntry = std::size_t{1} << 20U;
 constexpr int kSearchedLevels = 3;
 constexpr std::string_view kApplicationExtension = "app";
 constexpr std::array<std::string_view, 17> kBundleExtensions = {
@@ -43,44 +42,6 @@ bool isFolder(const Path& path) {
     return std::filesystem::is_directory(path, ignored);
 }
 
-// Undoes the escapes of a desktop entry's string.
-std::string unescaped(std::string_view value) {
-    std::string text;
-    for (std::size_t index = 0; index < value.size(); ++index) {
-        if (value[index] != '\\' || index + 1 == value.size()) {
-            text += value[index];
-            continue;
-        }
-        static constexpr std::string_view kLetters = "sntr\\";
-        static constexpr std::string_view kMeanings = " \n\t\r\\";
-        const auto letter = kLetters.find(value[++index]);
-        if (letter == std::string_view::npos)
-            text += {'\\', value[index]};
-        else
-            text += kMeanings[letter];
-    }
-    return text;
-}
-
-// The bundle key's value in the entry's main group.
-MaybePath bundleOfEntry(std::string_view entry) {
-    bool inMainGroup = false;
-    while (!entry.empty()) {
-        const std::string_view line = entry.substr(0, entry.find('\n'));
-        entry.remove_prefix(std::min(line.size() + 1, entry.size()));
-        if (line.starts_with('[')) inMainGroup = line.starts_with("[Desktop Entry]");
-        if (!inMainGroup || !line.starts_with(kBundleKey)) continue;
-
-        std::string_view rest = line.substr(kBundleKey.size());
-        const auto equals = rest.find_first_not_of(' ');
-        if (equals == std::string_view::npos || rest[equals] != '=') continue;
-        rest.remove_prefix(equals + 1);
-        const auto start = rest.find_first_not_of(' ');
-        return start == std::string_view::npos ? Path() : unescaped(rest.substr(start));
-    }
-    return std::nullopt;
-}
-
 // The folders in a folder, links left out, sorted so that the answer does not hang on the disk's
 // order.
 std::vector<Path> subfolders(const Path& folder) {
@@ -96,15 +57,6 @@ std::vector<Path> subfolders(const Path& folder) {
     return found;
 }
 
-bool bearsIdentifier(const Path& bundle, const std::string& identifier,
-                     PropertyLists& propertyLists) {
-    const auto info = propertyLists.parseFile(bundle + "/Contents/Info.plist");
-    if (!info) return false;
-    const PropertyList* value = info.value().find("CFBundleIdentifier");
-    const auto* text = value == nullptr ? nullptr : std::get_if<std::string>(&value->value);
-    return text != nullptr && *text == identifier;
-}
-
 MaybePath findBundle(const Path& folder, const std::string& identifier,
                      PropertyLists& propertyLists, int levels) {
     for (const Path& item : subfolders(folder)) {
@@ -112,7 +64,7 @@ MaybePath findBundle(const Path& folder, const std::string& identifier,
             if (levels == 1) continue;
             if (auto found = findBundle(item, identifier, propertyLists, levels - 1)) return found;
         } else if (extensionOf(item) == kApplicationExtension &&
-                   bearsIdentifier(item, identifier, propertyLists)) {
+                   bundleIdentifier(item, propertyLists) == identifier) {
             return item;
         }
     }
@@ -122,18 +74,6 @@ MaybePath findBundle(const Path& folder, const std::string& identifier,
 } // namespace
 
 bool isBundle(const Path& path) { return hasBundleName(path) && isFolder(path); }
-
-MaybePath registeredBundle(const Path& desktopEntries, const std::string& identifier) {
-    if (identifier.empty() || identifier.find('/') != std::string::npos) return std::nullopt;
-    const auto entry =
-        readSmallFile(desktopEntries + "/" + identifier + ".desktop", kMaxDesktopEntry);
-    if (!entry) return std::nullopt;
-    auto bundle = bundleOfEntry(entry.value());
-    if (!bundle || !bundle->starts_with('/') || bundle->find('\0') != Path::npos ||
-        !isFolder(*bundle))
-        return std::nullopt;
-    return bundle;
-}
 
 MaybePath findBundle(const Path& folder, const std::string& identifier,
                      PropertyLists& propertyLists) {

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 
 #include "platform/Values.h"
 
@@ -13,15 +12,8 @@ class PropertyLists;
 
 namespace quorvane::platform::linux_ {
 
-/// The key of a desktop entry that names the bundle which the entry starts.
-inline constexpr std::string_view kBundleKey = "X-Quorvane-Bundle";
-
 /// Whether a folder stands at the path whose name has a bundle's extension, in any case.
 bool isBundle(const Path& path);
-
-/// The bundle that `<identifier>.desktop` in the folder of desktop entries names; null without such
-/// an entry, or when the bundle is gone. Any thread.
-MaybePath registeredBundle(const Path& desktopEntries, const std::string& identifier);
 
 /// The first application below a folder, in the order of names, whose `Contents/Info.plist` bears
 /// the identifier, compared byte by byte; null when there is none. Looks three levels deep, but not

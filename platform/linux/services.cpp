@@ -13,6 +13,8 @@
 #include "platform/linux/extended_attributes.h"
 #include "platform/linux/file_manager.h"
 #include "platform/linux/posix.h"
+#include "platform/linux/presentation/change_notices.h"
+#include "platform/linux/presentation/presentation.h"
 #include "platform/linux/processes.h"
 #include "platform/linux/property_lists.h"
 #include "platform/linux/queues.h"
@@ -45,6 +47,7 @@ Services makeServices(std::shared_ptr<Application> application) {
     const auto identity = std::make_shared<LinuxUserIdentity>();
     const auto tools = makeTools();
     const auto propertyLists = std::make_shared<LinuxPropertyLists>();
+    const auto notices = std::make_shared<ChangeNotices>();
     return {.application = std::move(application),
             .authorization = makeAuthorization(identity),
             .consoleLog = makeConsoleLog(),
@@ -52,6 +55,7 @@ Services makeServices(std::shared_ptr<Application> application) {
             .exceptions = makeExceptions(),
             .extendedAttributes = makeExtendedAttributes(),
             .makeFileManager = makeFileManager,
+            .presentation = makePresentation(identity, propertyLists, notices),
             .processes = makeProcesses(tools),
             .propertyLists = propertyLists,
             .queues = makeQueues(),
@@ -59,7 +63,7 @@ Services makeServices(std::shared_ptr<Application> application) {
             .systemInfo = makeSystemInfo(),
             .tools = tools,
             .userIdentity = identity,
-            .workspace = std::make_shared<LinuxWorkspace>(identity, propertyLists)};
+            .workspace = std::make_shared<LinuxWorkspace>(identity, propertyLists, notices)};
 }
 
 } // namespace quorvane::platform::linux_

@@ -2,33 +2,14 @@
 
 #include <array>
 
+#include "platform/linux/percent_encoding.h"
+
 namespace quorvane::platform::linux_ {
 namespace {
 
 constexpr std::size_t kMaxName = 255 - kTrashInfoSuffix.size();
 // A longer "extension" is a part of the name that happens to follow a dot.
 constexpr std::size_t kMaxExtension = 32;
-
-bool isUnreserved(char letter) {
-    return (letter >= 'A' && letter <= 'Z') || (letter >= 'a' && letter <= 'z') ||
-           (letter >= '0' && letter <= '9') ||
-           std::string_view("-_.~/").find(letter) != std::string_view::npos;
-}
-
-std::string percentEncoded(std::string_view path) {
-    static constexpr std::string_view kDigits = "0123456789ABCDEF";
-    std::string encoded;
-    encoded.reserve(path.size() + 16);
-    for (const char letter : path) {
-        if (isUnreserved(letter)) {
-            encoded += letter;
-            continue;
-        }
-        const auto byte = static_cast<unsigned char>(letter);
-        encoded += {'%', kDigits[byte >> 4U], kDigits[byte & 0x0FU]};
-    }
-    return encoded;
-}
 
 // The dot and what follows it; empty for names such as "Notes" or ".profile".
 std::string_view extensionWithDot(std::string_view name) {

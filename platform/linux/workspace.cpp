@@ -5,14 +5,19 @@
 #include "platform/PropertyLists.h"
 #include "platform/UserIdentity.h"
 #include "platform/linux/bundles.h"
+#include "platform/linux/posix.h"
+#include "platform/linux/presentation/application_registry.h"
+#include "platform/linux/presentation/change_notices.h"
 #include "platform/linux/trash_owner.h"
 #include "platform/linux/volumes.h"
 
 namespace quorvane::platform::linux_ {
 
 LinuxWorkspace::LinuxWorkspace(std::shared_ptr<UserIdentity> identity,
-                               std::shared_ptr<PropertyLists> propertyLists)
-    : identity_(std::move(identity)), propertyLists_(std::move(propertyLists)), trash_(identity_) {}
+                               std::shared_ptr<PropertyLists> propertyLists,
+                               std::shared_ptr<ChangeNotices> notices)
+    : identity_(std::move(identity)), propertyLists_(std::move(propertyLists)),
+      notices_(std::move(notices)), trash_(identity_) {}
 
 Result<void> LinuxWorkspace::recycle(const Path& sourceFolder, const Path&,
                                      const std::vector<std::string>& names) {
@@ -22,7 +27,8 @@ Result<void> LinuxWorkspace::recycle(const Path& sourceFolder, const Path&,
 MaybePath LinuxWorkspace::bundlePath(const std::string& identifier) {
     const auto folders = trashOwner(*identity_);
     if (folders)
-        if (auto path = registeredBundle(folders->dataHome + "/applications", identifier))
+        if (auto path =
+                registeredBundle(folders->dataHome + "/applications", identifier, *propertyLists_))
             return path;
     if (auto path = findBundle("/Applications", identifier, *propertyLists_)) return path;
     return folders ? findBundle(folders->home + "/Applications", identifier, *propertyLists_)
@@ -33,6 +39,8 @@ std::vector<Path> LinuxWorkspace::mountedLocalVolumes() { return localVolumes();
 
 bool LinuxWorkspace::isFilePackage(const Path& path) { return isBundle(path); }
 
-void LinuxWorkspace::noteFileSystemChanged(const Path&) {}
+void LinuxWorkspace::noteFileSystemChanged(const Path& path) {
+    ignore(notices_->announce(path)); // a session without a bus has nobody to tell
+}
 
 } // namespace quorvane::platform::linux_

@@ -13,12 +13,15 @@ class UserIdentity;
 
 namespace quorvane::platform::linux_ {
 
+class ChangeNotices;
+
 /// Recycled items go to the desktop's own Trash, so the destination folder that callers expect is
 /// not looked at: `~/.Trash` leads there.
 class LinuxWorkspace final : public Workspace {
 public:
     LinuxWorkspace(std::shared_ptr<UserIdentity> identity,
-                   std::shared_ptr<PropertyLists> propertyLists);
+                   std::shared_ptr<PropertyLists> propertyLists,
+                   std::shared_ptr<ChangeNotices> notices);
 
     Result<void> recycle(const Path& sourceFolder, const Path& destinationFolder,
                          const std::vector<std::string>& names) override;
@@ -27,12 +30,12 @@ public:
     MaybePath bundlePath(const std::string& identifier) override;
     std::vector<Path> mountedLocalVolumes() override;
     bool isFilePackage(const Path& path) override;
-    /// Does nothing: file managers watch the folders that they show.
     void noteFileSystemChanged(const Path& path) override;
 
 private:
     std::shared_ptr<UserIdentity> identity_;
     std::shared_ptr<PropertyLists> propertyLists_;
+    std::shared_ptr<ChangeNotices> notices_;
     Trash trash_;
 };
 

@@ -17,6 +17,7 @@ FakePlatform::FakePlatform()
                .exceptions = exceptions,
                .extendedAttributes = extendedAttributes,
                .makeFileManager = fakeFileManagerMaker(disk, journal),
+               .presentation = presentation,
                .processes = processes,
                .propertyLists = propertyLists,
                .queues = queues,

@@ -11,6 +11,7 @@
 #include "tests/support/fake_extended_attributes.h"
 #include "tests/support/fake_file_manager.h"
 #include "tests/support/fake_identity.h"
+#include "tests/support/fake_presentation.h"
 #include "tests/support/fake_processes.h"
 #include "tests/support/fake_queues.h"
 #include "tests/support/fake_system.h"
@@ -49,6 +50,8 @@ public:
     const std::shared_ptr<FakeSystemInfo> systemInfo = std::make_shared<FakeSystemInfo>();
     const std::shared_ptr<FakeTools> tools = std::make_shared<FakeTools>();
     const std::shared_ptr<FakeWorkspace> workspace = std::make_shared<FakeWorkspace>(disk, journal);
+    const std::shared_ptr<FakePresentation> presentation =
+        std::make_shared<FakePresentation>(disk, workspace, propertyLists, journal);
 
     /// The installed set, in which a test may put a service of its own in a fake's place.
     platform::Services services;

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/linux/presentation/change_notices.h"
 #include "platform/linux/property_lists.h"
 #include "platform/linux/user_identity.h"
 #include "platform/linux/workspace.h"
@@ -19,7 +20,8 @@ int main(int argc, char** argv) {
         return 0;
     }
     if (arguments.empty()) return 2;
-    LinuxWorkspace workspace(identity, std::make_shared<LinuxPropertyLists>());
+    LinuxWorkspace workspace(identity, std::make_shared<LinuxPropertyLists>(),
+                             std::make_shared<ChangeNotices>());
     const auto result =
         workspace.recycle(arguments[0], "", {arguments.begin() + 1, arguments.end()});
     std::puts(result ? "ok" : result.error().text.c_str());

@@ -69,5 +69,37 @@ TEST_F(SystemTools, DescribeTheDiskOfAMountPoint) {
     EXPECT_FALSE(QVFileManager::infoForDiskAtMountpoint(scratch_ / "missing"));
 }
 
+/// What the progress marker of a file says.
+std::string progressOf(const Path& file) {
+    return QVFileManager::metadataValueForKey("com.apple.progress.fractionCompleted", file)
+        .value_or("none");
+}
+
+TEST_F(SystemTools, ShowProgressAndTakeItAway) {
+    const Path file = scratch_.addFile("a b\n\xFF");
+    const auto modified = QVFileManager::modificationDateForFile(file);
+    for (const auto& [fraction, text] : {std::pair{0.0F, "0.000"}, {0.4567F, "0.457"}}) {
+        QVFileManager::setFinderProgress(fraction, file);
+        EXPECT_EQ(progressOf(file), text);
+        EXPECT_EQ(QVFileManager::creationDateForFile(file),
+                  platform::FileTime(std::chrono::seconds(443'779'200)));
+    }
+    for (int times = 0; times < 2; ++times) {
+        QVFileManager::removeFinderProgressForFile(file);
+        EXPECT_EQ(progressOf(file), "none");
+        EXPECT_EQ(QVFileManager::creationDateForFile(file), modified);
+    }
+    EXPECT_EQ(QVFileManager::modificationDateForFile(file), modified);
+}
+
+TEST_F(SystemTools, ShowNoProgressOnWhatCannotHaveIt) {
+    for (const Path& path : {Path("/proc/self/status"), scratch_ / "missing", Path("/dev/null")}) {
+        QVFileManager::setFinderProgress(0.5F, path);
+        QVFileManager::removeFinderProgressForFile(path);
+        EXPECT_EQ(progressOf(path), "none");
+    }
+    EXPECT_FALSE(QVFileManager::fileExistsAtPath(scratch_ / "missing"));
+}
+
 } // namespace
 } // namespace quorvane

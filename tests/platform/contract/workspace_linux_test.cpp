@@ -1,8 +1,10 @@
 #include <filesystem>
 
+#include "platform/linux/presentation/change_notices.h"
 #include "platform/linux/property_lists.h"
 #include "platform/linux/workspace.h"
 #include "tests/platform/contract/workspace_contract.h"
+#include "tests/platform/linux/sample_bundle.h"
 #include "tests/platform/linux/scratch_folder.h"
 #include "tests/platform/linux/stub_identity.h"
 
@@ -14,7 +16,8 @@ namespace fs = std::filesystem;
 class LinuxWorld final : public WorkspaceWorld {
 public:
     LinuxWorld() {
-        ::unsetenv("XDG_DATA_HOME");
+        for (const char* name : {"XDG_DATA_HOME", "DBUS_SESSION_BUS_ADDRESS", "XDG_RUNTIME_DIR"})
+            ::unsetenv(name);
         identity_->home = scratch_.addFolder("home");
         scratch_.addFolder("work");
     }
@@ -31,6 +34,7 @@ public:
         fs::create_symlink(target, path);
     }
     void addApplication(const std::string& identifier, const Path& bundle) override {
+        addFile(bundle + "/Contents/Info.plist", infoText({{"CFBundleIdentifier", identifier}}));
         scratch_.addFile("home/.local/share/applications/" + identifier + ".desktop",
                          "[Desktop Entry]\nX-Quorvane-Bundle=" + bundle + "\n");
     }
@@ -45,7 +49,8 @@ private:
     ScratchFolder scratch_;
     std::shared_ptr<StubIdentity> identity_ = std::make_shared<StubIdentity>();
     platform::linux_::LinuxWorkspace workspace_{
-        identity_, std::make_shared<platform::linux_::LinuxPropertyLists>()};
+        identity_, std::make_shared<platform::linux_::LinuxPropertyLists>(),
+        std::make_shared<platform::linux_::ChangeNotices>()};
 };
 
 INSTANTIATE_TYPED_TEST_SUITE_P(Linux, WorkspaceContract, LinuxWorld);

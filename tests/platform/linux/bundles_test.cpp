@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "platform/linux/property_lists.h"
+#include "tests/platform/linux/sample_bundle.h"
 #include "tests/platform/linux/scratch_folder.h"
 
 namespace quorvane::platform::linux_ {
@@ -13,25 +14,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string infoFor(const std::string& identifier) {
-    return "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>" + identifier +
-           "</string></dict></plist>";
-}
-
 class BundlesTest : public ::testing::Test {
 protected:
     Path addApplication(const std::string& path, const std::string& identifier) const {
-        scratch.addFile(path + "/Contents/Info.plist", infoFor(identifier));
-        return scratch / path;
+        return quorvane::testing::addBundle(scratch, path, {{"CFBundleIdentifier", identifier}});
     }
     MaybePath find(const std::string& identifier) {
         return findBundle(scratch.path(), identifier, propertyLists);
     }
-    MaybePath registered(const std::string& entry) const {
-        scratch.addFile("com.quorvane.A.desktop", entry);
-        return registeredBundle(scratch.path(), "com.quorvane.A");
-    }
-
     quorvane::testing::ScratchFolder scratch;
     LinuxPropertyLists propertyLists;
 };
@@ -94,29 +84,6 @@ TEST_F(BundlesTest, BrokenInfosAreSkipped) {
 
 TEST_F(BundlesTest, AMissingFolderHoldsNothing) {
     EXPECT_EQ(findBundle(scratch / "missing", "com.quorvane.A", propertyLists), std::nullopt);
-}
-
-TEST_F(BundlesTest, ReadsTheDesktopEntryOfTheIdentifier) {
-    const Path bundle = scratch.addFolder("My App\\.app");
-    EXPECT_EQ(registered("[Desktop Entry]\nName=A\nX-Quorvane-Bundle = " + scratch.path() +
-                         "/My\\sApp\\\\.app\n"),
-              MaybePath(bundle));
-    EXPECT_EQ(registeredBundle(scratch.path(), "com.quorvane.B"), std::nullopt);
-    EXPECT_EQ(registeredBundle(scratch.path(), "../com.quorvane.A"), std::nullopt);
-    EXPECT_EQ(registeredBundle(scratch.path(), ""), std::nullopt);
-}
-
-TEST_F(BundlesTest, StaleAndForeignEntriesAreIgnored) {
-    const Path bundle = scratch.addFolder("A.app");
-    for (const std::string& entry :
-         {std::string("[Desktop Entry]\nName=A\n"), "X-Quorvane-Bundle=" + bundle,
-          "[Desktop Entry]\n[Desktop Action x]\nX-Quorvane-Bundle=" + bundle,
-          "[Desktop Entry]\nX-Quorvane-BundleOther=" + bundle,
-          "[Desktop Entry]\nX-Quorvane-Bundle=" + bundle + "/missing",
-          std::string("[Desktop Entry]\nX-Quorvane-Bundle=A.app"),
-          std::string("[Desktop Entry]\nX-Quorvane-Bundle="), std::string()})
-        EXPECT_EQ(registered(entry), std::nullopt) << entry;
-    EXPECT_EQ(registered("[Desktop Entry]\nX-Quorvane-Bundle=" + bundle), MaybePath(bundle));
 }
 
 } // namespace

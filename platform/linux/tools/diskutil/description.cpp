@@ -10,7 +10,7 @@
 
 #include "platform/linux/tools/diskutil/block_device.h"
 #include "platform/linux/tools/diskutil/mounts.h"
-#include "platform/linux/tools/utf8.h"
+#include "platform/linux/utf8.h"
 
 namespace quorvane::platform::linux_::tools::diskutil {
 namespace {

@@ -12,7 +12,7 @@
 #include "platform/linux/tools/ditto/archive_error.h"
 #include "platform/linux/tools/ditto/interruption.h"
 #include "platform/linux/tools/program.h"
-#include "platform/linux/tools/utf8.h"
+#include "platform/linux/utf8.h"
 
 namespace quorvane::platform::linux_::tools::ditto {
 namespace {

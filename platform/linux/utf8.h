@@ -3,10 +3,10 @@
 
 #include <string_view>
 
-namespace quorvane::platform::linux_::tools {
+namespace quorvane::platform::linux_ {
 
 /// Whether the bytes are well-formed UTF-8: no overlong forms, no surrogates, nothing above
 /// U+10FFFF.
 bool isUtf8(std::string_view bytes);
 
-} // namespace quorvane::platform::linux_::tools
+} // namespace quorvane::platform::linux_

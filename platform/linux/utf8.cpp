@@ -1,8 +1,8 @@
-#include "platform/linux/tools/utf8.h"
+#include "platform/linux/utf8.h"
 
 #include <algorithm>
 
-namespace quorvane::platform::linux_::tools {
+namespace quorvane::platform::linux_ {
 namespace {
 
 unsigned byteAt(std::string_view bytes, std::size_t index) {
@@ -42,4 +42,4 @@ bool isUtf8(std::string_view bytes) {
     return true;
 }
 
-} // namespace quorvane::platform::linux_::tools
+} // namespace quorvane::platform::linux_
