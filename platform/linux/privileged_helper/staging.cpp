@@ -46,17 +46,24 @@ int run(const char* tool, const std::array<const char*, 2>& options,
     return child == -1 ? 1 : waitForTool(child, -1).value;
 }
 
-/// Runs the tool and renames; answers its exit status. What a move has brought stays, even if the
-/// tool failed over it or the rename does: its source may be gone.
+/// Copies, renames, and removes what has been moved; answers the exit status of what failed, or 0.
+/// Whatever ends this half-way, the source is whole until the destination is.
 int copyAndRename(const Command& command, const Place& source, const Place& destination,
                   Staging& staging, int output) {
+    const bool isMove = command.job == Job::move;
     const Place staged{0, std::move(staging.folder), destination.name};
-    int status = run(command.tool, command.options, {&source, &staged}, output);
-    const bool arrived = ::renameat(staged.folder.get(), staged.name, destination.folder.get(),
+    int status = run("/bin/cp", command.options, {&source, &staged}, output);
+    // Part of a tree may serve those who asked for a copy; a move brings the whole or nothing.
+    const bool arrived = (status == 0 || !isMove) &&
+                         ::renameat(staged.folder.get(), staged.name, destination.folder.get(),
                                     destination.name) == 0;
-    if (!arrived && command.job == Job::copy) ignore(run("/bin/rm", {"-Rf"}, {&staged}, output));
+    if (!arrived) {
+        ignore(run("/bin/rm", {"-Rf"}, {&staged}, output));
+        if (status == 0) status = 1;
+    } else if (isMove) {
+        status = run("/bin/rm", {"-Rf"}, {&source}, output);
+    }
     removeStaging(staging, destination.folder.get());
-    if (status == 0 && !arrived) status = 1;
     return status;
 }
 

@@ -103,6 +103,7 @@ TEST(Staging, OfAMoveThatFailsLeavesTheItemInItsPlace) {
         HelperProcess helper;
         helper.run({"/bin/mv", "-f", scratch / "item", volume + "/item"});
         EXPECT_EQ(contentOf(scratch / "item/file").size(), 200000U);
+        EXPECT_TRUE(fs::is_empty(volume));
     });
 }
 
