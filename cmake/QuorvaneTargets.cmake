@@ -26,9 +26,22 @@ endif()
 # that answers for a user whose password the caller knows. polkit knows the helper by its place.
 set(QV_PROGRAMS ${CMAKE_INSTALL_FULL_LIBEXECDIR}/quorvane)
 
+# Headers of the language that most sources include, compiled once for all libraries. The optimised
+# build does without, so that no source can forget what it includes.
+if(QV_PRECOMPILE_HEADERS)
+  add_library(quorvane_library_headers OBJECT ${CMAKE_CURRENT_LIST_DIR}/library_headers.cpp)
+  target_link_libraries(quorvane_library_headers PRIVATE quorvane_options)
+  target_precompile_headers(quorvane_library_headers PRIVATE
+    <algorithm> <chrono> <functional> <map> <memory> <mutex> <optional> <string> <string_view>
+    <utility> <vector>)
+endif()
+
 # qv_add_library(NAME SOURCES...): a static library of this project.
 function(qv_add_library name)
   add_library(${name} STATIC ${ARGN})
+  if(QV_PRECOMPILE_HEADERS)
+    target_precompile_headers(${name} REUSE_FROM quorvane_library_headers)
+  endif()
   target_link_libraries(${name} PUBLIC $<BUILD_INTERFACE:quorvane_options>
                                        $<INSTALL_INTERFACE:Threads::Threads>)
   target_compile_features(${name} PUBLIC cxx_std_20)

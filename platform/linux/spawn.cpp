@@ -15,7 +15,6 @@
 #include "platform/linux/spawn_child.h"
 
 /// clone, by a name that the thread sanitizer does not take for a fork.
-// NOLINTNEXTLINE(*-reserved-identifier): the C library's own name
 extern "C" int __clone(int (*)(void*), void* stack, int flags, void* argument, ...) noexcept;
 
 namespace quorvane::platform::linux_ {
