@@ -9,8 +9,6 @@ namespace {
 
 /// A thread costs as much as digesting so many chunks.
 constexpr std::uint64_t kChunksWithoutThread = 4;
-/// Waking the other thread costs much of a chunk's digest: it is woken for several.
-constexpr std::uint64_t kBatch = 4;
 
 } // namespace
 
@@ -38,7 +36,7 @@ std::span<char> DigestPipeline::buffer() {
     if (!thread_.joinable()) return {chunks_.front().bytes.get(), kChunkSize};
     if (fed_ == knownDone_ + kBuffers) {
         handOver();
-        waitUntilDone(fed_ - kBuffers / 2);
+        waitUntilDone(fed_ - kHalf);
     }
     return {chunk(fed_).bytes.get(), kChunkSize};
 }
@@ -51,7 +49,7 @@ void DigestPipeline::feed(std::size_t count) {
         return;
     }
     chunk(fed_).count = count;
-    if (++fed_ == handed_ + kBatch) handOver();
+    if (++fed_ == handed_ + kHalf) handOver();
 }
 
 const platform::DigestContext& DigestPipeline::context() {

@@ -42,7 +42,10 @@ public:
     const platform::DigestContext& context();
 
 private:
-    static constexpr std::size_t kBuffers = 16;
+    /// One half is digested while the other is filled: waking a thread costs much of a chunk's
+    /// digest, and is done once a half.
+    static constexpr std::size_t kHalf = 8;
+    static constexpr std::size_t kBuffers = 2 * kHalf;
 
     struct Chunk {
         ChunkBuffer bytes;
