@@ -1,6 +1,10 @@
 #include "programs/progress_line.h"
 
+#include <iostream>
 #include <string>
+
+#include "platform/Queues.h"
+#include "platform/Services.h"
 
 namespace quorvane::programs {
 namespace {
@@ -49,6 +53,13 @@ void ProgressLine::clear() {
     if (shown_ == 0) return;
     stream_ << '\r' << std::string(shown_ + kEcho, ' ') << '\r' << std::flush;
     shown_ = 0;
+}
+
+std::shared_ptr<ProgressLine> progressLine(std::uint64_t total,
+                                           const platform::CommandLine& commandLine) {
+    return std::make_shared<ProgressLine>(
+        total, commandLine, std::cerr,
+        [queues = platform::services().queues] { return queues->uptime(); });
 }
 
 } // namespace quorvane::programs

@@ -4,9 +4,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <ostream>
+#include <utility>
 
 #include "platform/CommandLine.h"
 #include "programs/progress.h"
@@ -46,5 +48,9 @@ private:
     std::size_t shown_ = 0;       ///< columns
     bool finished_ = false;
 };
+
+/// A line on standard error, by the clock of the system.
+std::shared_ptr<ProgressLine> progressLine(std::uint64_t total,
+                                           const platform::CommandLine& commandLine);
 
 } // namespace quorvane::programs

@@ -1,13 +1,9 @@
 #include "programs/qvcopy/copy.h"
 
 #include <atomic>
-#include <iostream>
 #include <memory>
-#include <optional>
 
 #include "kit/files/QVFileManager.h"
-#include "platform/Queues.h"
-#include "platform/Services.h"
 #include "programs/checksum_line.h"
 #include "programs/console_watch.h"
 #include "programs/progress_line.h"
@@ -25,12 +21,6 @@ struct Run {
     MaybeText sourceDigest;
     std::vector<MaybeText> digests; ///< of the destinations, none without verification
 };
-
-std::shared_ptr<ProgressLine> lineFor(const Path& source,
-                                      const platform::CommandLine& commandLine) {
-    return std::make_shared<ProgressLine>(QVFileManager::fileSize(source), commandLine, std::cerr,
-                                          [] { return platform::services().queues->uptime(); });
-}
 
 std::shared_ptr<const FileCopyDelegate> delegateFor(const std::shared_ptr<Run>& run,
                                                     const platform::CommandLine& commandLine) {
@@ -94,7 +84,7 @@ ExitStatus copy(const Command& command, const platform::CommandLine& commandLine
     std::vector<Path> destinations;
     for (const Place& each : places.destinations) destinations.push_back(each.path);
 
-    const auto run = std::make_shared<Run>(lineFor(places.source.path, commandLine));
+    const auto run = std::make_shared<Run>(progressLine(places.source.size, commandLine));
     const ConsoleWatch console(run->line);
     run->line->reached(0);
     const bool isCopied = QVFileManager::copyFileWithProgress(

@@ -35,19 +35,10 @@ Sameness samenessOf(const Path& path, FileManager& files) {
     return {{}, std::filesystem::path(path).lexically_normal()};
 }
 
-Place sourceOf(const std::string& name, FileManager& files) {
-    Place source{name, absolutePath(name)};
-    const auto opened = files.openForReading(source.path);
-    if (!opened) throw Failure(name, opened.error().text);
-    files.close(opened.value());
-    if (files.existence(source.path).isDirectory) fail(name, EISDIR);
-    return source;
-}
-
-Place destinationOf(const std::string& name, const Place& source, FileManager& files) {
+Place destinationOf(const std::string& name, const Path& source, FileManager& files) {
     Place destination{name, absolutePath(name)};
     if (files.existence(destination.path).isDirectory) {
-        const std::string_view namesake = lastComponent(source.path);
+        const std::string_view namesake = lastComponent(source);
         destination = {joinPath(name, namesake), joinPath(destination.path, namesake)};
         if (files.existence(destination.path).isDirectory) fail(destination.name, EISDIR);
     } else if (name.ends_with('/')) {
@@ -70,11 +61,11 @@ void checkWritable(const Place& destination, FileManager& files) {
 
 Places placesOf(const Command& command) {
     const std::unique_ptr<FileManager> files = platform::services().makeFileManager();
-    Places places{sourceOf(command.source, *files), {}};
+    Places places{sourceFile(command.source), {}};
     std::map<Sameness, std::string> known = {
         {samenessOf(places.source.path, *files), places.source.name}};
     for (const std::string& name : command.destinations) {
-        Place destination = destinationOf(name, places.source, *files);
+        Place destination = destinationOf(name, places.source.path, *files);
         checkWritable(destination, *files);
         const auto [other, isNew] =
             known.emplace(samenessOf(destination.path, *files), destination.name);

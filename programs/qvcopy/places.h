@@ -6,6 +6,7 @@
 
 #include "platform/Values.h"
 #include "programs/qvcopy/command.h"
+#include "programs/source_file.h"
 
 namespace quorvane::programs::qvcopy {
 
@@ -16,7 +17,7 @@ struct Place {
 };
 
 struct Places {
-    Place source;
+    SourceFile source;
     /// Files: of a folder that the user named, the source's namesake in it.
     std::vector<Place> destinations;
 };

@@ -130,6 +130,15 @@ TEST_F(CopyProgram, ShowsProgressOnATerminal) {
     EXPECT_EQ(output.str(), "");
 }
 
+TEST_F(CopyProgram, ShowsTheSizeOfWhatALinkLeadsTo) {
+    system.disk->addLink("/l", "/s");
+    commandLine.columns = 60;
+    EXPECT_EQ(qvcopy::copy({VerificationType::none, "/l", {"/d"}}, commandLine, output),
+              ExitStatus::done);
+    EXPECT_THAT(error(), HasSubstr("0 B of 7 B"));
+    EXPECT_EQ(system.disk->content("/d/l"), "content");
+}
+
 TEST_F(CopyProgram, TakesProgressOffForMessages) {
     system.disk->addFile("/s", Bytes(3 * kInterval, 'x'));
     system.disk->addFile("/d/b");
