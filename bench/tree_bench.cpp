@@ -1,17 +1,9 @@
 // The size and the emptiness of a tree of 100,000 files in 5,000 folders, against what else adds up
-// and looks through trees. Rounds alternate, so that a busy machine slows all alike; figures are
-// medians.
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
+// and looks through trees.
 #include <fstream>
-#include <functional>
-#include <string>
 #include <string_view>
-#include <vector>
 
+#include "bench/measure.h"
 #include "kit/files/QVFileManager.h"
 #include "platform/linux/run_loop.h"
 #include "platform/linux/services.h"
@@ -24,24 +16,6 @@ namespace fs = std::filesystem;
 constexpr int kFolders = 5'000;
 constexpr int kFiles = 100'000;
 
-class ScratchFolder {
-public:
-    ScratchFolder() : path_(fs::temp_directory_path() / "tree-bench-XXXXXX") {
-        if (mkdtemp(path_.data()) == nullptr) std::abort();
-    }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-    ~ScratchFolder() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-
-    const std::string& path() const { return path_; }
-
-private:
-    std::string path_;
-};
-
 /// A hundred folders of folders each, with as many files in each.
 template <class NameOf>
 void addTree(const std::string& top, int folders, int filesEach, const NameOf& nameOf) {
@@ -52,49 +26,6 @@ void addTree(const std::string& top, int folders, int filesEach, const NameOf& n
         for (int file = 0; file < filesEach; ++file)
             std::ofstream(path + "/" + nameOf(file)) << "some content";
     }
-}
-
-using Work = std::function<void()>;
-
-double secondsOf(const Work& work) {
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-double median(std::vector<double> values) {
-    std::ranges::sort(values);
-    return values[values.size() / 2];
-}
-
-struct Peer {
-    const char* name;
-    Work work;
-    double aim;
-};
-
-void measure(const char* figure, const Work& ours, const std::vector<Peer>& peers, int rounds) {
-    std::vector<double> our;
-    std::vector<std::vector<double>> their(peers.size());
-    for (int round = 0; round < rounds; ++round) {
-        our.push_back(secondsOf(ours));
-        for (std::size_t peer = 0; peer < peers.size(); ++peer)
-            their[peer].push_back(secondsOf(peers[peer].work));
-    }
-    for (std::size_t peer = 0; peer < peers.size(); ++peer)
-        std::printf("figure %s-vs-%s: ours %.1f ms, peer %s %.1f ms, ratio %.2f (aim <= %.2f)\n",
-                    figure, peers[peer].name, median(our) * 1000, peers[peer].name,
-                    median(their[peer]) * 1000, median(our) / median(their[peer]), peers[peer].aim);
-}
-
-void require(bool condition) {
-    if (condition) return;
-    std::fputs("tree_bench: a wrong answer\n", stderr);
-    std::exit(1);
-}
-
-Work command(const std::string& line) {
-    return [line] { require(std::system(line.c_str()) == 0); };
 }
 
 std::uintmax_t sizeByIterator(const std::string& top) {
@@ -117,10 +48,10 @@ void measureSize(const std::string& top, int rounds) {
             [](int file) { return "document " + std::to_string(file) + ".txt"; });
     const std::uint64_t expected = kFiles * std::string_view("some content").size();
     measure(
-        "tree-size", [&] { require(QVFileManager::fileSize(top) == expected); },
-        {{"du", command("du -sb '" + top + "' >/dev/null"), 0.85},
-         {"find", command("find '" + top + "' -type f -printf '%s\\n' >/dev/null"), 0.85},
-         {"filesystem", [&] { require(sizeByIterator(top) == expected); }, 0.85}},
+        "tree-size", timed([&] { require(QVFileManager::fileSize(top) == expected); }),
+        {{"du", timed(command("du -sb '" + top + "' >/dev/null")), 0.85},
+         {"find", timed(command("find '" + top + "' -type f -printf '%s\\n' >/dev/null")), 0.85},
+         {"filesystem", timed([&] { require(sizeByIterator(top) == expected); }), 0.85}},
         rounds);
 }
 
@@ -128,14 +59,13 @@ void measureSize(const std::string& top, int rounds) {
 void measureEmptiness(const std::string& top, int rounds) {
     addTree(top, 4 * kFolders, 2,
             [](int file) { return std::string(file == 0 ? ".DS_Store" : "Icon\r"); });
-    measure(
-        "tree-emptiness", [&] { require(QVFileManager::isFolderEmpty(top)); },
-        {{"find",
-          command("test -z \"$(find '" + top +
-                  "' -type f ! -name .DS_Store ! -name 'Icon?' -print -quit)\""),
-          0.8},
-         {"filesystem", [&] { require(isEmptyByIterator(top)); }, 0.8}},
-        rounds);
+    measure("tree-emptiness", timed([&] { require(QVFileManager::isFolderEmpty(top)); }),
+            {{"find",
+              timed(command("test -z \"$(find '" + top +
+                            "' -type f ! -name .DS_Store ! -name 'Icon?' -print -quit)\"")),
+              0.8},
+             {"filesystem", timed([&] { require(isEmptyByIterator(top)); }), 0.8}},
+            rounds);
 }
 
 } // namespace

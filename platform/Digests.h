@@ -32,12 +32,9 @@ public:
         : algorithm_(algorithm), state_(std::move(state)) {}
     DigestContext(const DigestContext& other)
         : algorithm_(other.algorithm_), state_(other.state_ ? other.state_->clone() : nullptr) {}
+    DigestContext& operator=(const DigestContext& other) { return *this = DigestContext(other); }
     DigestContext(DigestContext&&) = default;
-    DigestContext& operator=(DigestContext other) noexcept {
-        algorithm_ = other.algorithm_;
-        state_ = std::move(other.state_);
-        return *this;
-    }
+    DigestContext& operator=(DigestContext&&) = default;
     ~DigestContext() = default;
 
     DigestAlgorithm algorithm() const { return algorithm_; }

@@ -14,6 +14,8 @@ using ::testing::IsEmpty;
 using testing::kChunk;
 using ::testing::SizeIs;
 
+constexpr std::size_t kLeastInterval = 20'971'520;
+
 class CopyWithProgress : public testing::VerifiedCopyTest {};
 
 TEST_F(CopyWithProgress, CopiesToOneDestinationWithoutVerification) {
@@ -48,7 +50,7 @@ TEST_F(CopyWithProgress, NeedsNeitherDelegateNorObjects) {
     EXPECT_TRUE(QVFileManager::copyFileWithProgress("/s", "/d/c", listener()));
     EXPECT_FALSE(settings()->object().has_value());
     EXPECT_FALSE(settings()->object2().has_value());
-    system.disk->addFile("/s", Bytes(20'971'520, 'x'));
+    system.disk->addFile("/s", Bytes(kLeastInterval, 'x'));
     EXPECT_TRUE(QVFileManager::copyFileWithProgress("/s", "/d/d", nullptr));
     EXPECT_TRUE(QVFileManager::copyFileWithProgress("/s", "/d/e",
                                                     std::make_shared<const FileCopyDelegate>()));
@@ -281,8 +283,6 @@ TEST_F(CopyDates, ThatCannotBeSetFailNothing) {
 }
 
 class CopyReports : public testing::VerifiedCopyTest {};
-
-constexpr std::size_t kLeastInterval = 20'971'520;
 
 TEST_F(CopyReports, ComeOnceAtTheEndOfTwentyMiB) {
     system.disk->addFile("/s", Bytes(kLeastInterval, 'x'));

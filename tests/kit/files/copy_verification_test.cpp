@@ -21,7 +21,7 @@ protected:
         return bytes;
     }
     /// From now on what is read back from the path differs in these chunks.
-    void spoil(const Path& path, std::vector<std::size_t> chunks) {
+    void spoil(const Path& path, const std::vector<std::size_t>& chunks) {
         system.disk->onRead([this, path, chunks](const Path& read, Bytes& bytes) {
             if (read != path) return;
             const std::size_t number = system.journal->entries("files.write " + path).size();

@@ -29,7 +29,7 @@ using testing::kChunk;
 
 class LittleMemory : public testing::VerifiedCopyTest {
 protected:
-    ~LittleMemory() override { chunksLeft = std::numeric_limits<std::size_t>::max(); }
+    void TearDown() override { chunksLeft = std::numeric_limits<std::size_t>::max(); }
 };
 
 TEST_F(LittleMemory, EndsAHashAndClosesTheFile) {

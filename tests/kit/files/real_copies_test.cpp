@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 
 #include "kit/files/QVFileManager.h"
+#include "kit/log/QVLog.h"
 #include "tests/kit/files/faulty_volume.h"
 #include "tests/kit/files/real_system.h"
 #include "tests/platform/linux/child_process.h"
@@ -66,7 +67,7 @@ protected:
         EXPECT_THAT(*settings_->destChecksums(), Each(settings_->sourceChecksum()));
     }
     std::vector<std::string> console() { return system_.consoleLog->messages(); }
-    std::size_t openStreams() {
+    std::size_t openStreams() const {
         return system_.services.makeFileManager()
             ->contentsOfDirectory("/proc/self/fd")
             .value()
@@ -288,6 +289,7 @@ TEST_F(RealCopies, OfASourceThatCannotBeReadToItsEnd) {
         EXPECT_EQ(QVFileManager::md5HashForFile(source), std::nullopt);
         EXPECT_THAT(::testing::internal::GetCapturedStdout(),
                     HasSubstr("Error reading file " + source + " - aborting..."));
+        QVLog::finishWriting();               // the log is looked for on a thread of its own
         EXPECT_EQ(openStreams(), before + 3); // of the copy
         EXPECT_EQ(fs::file_size(scratch_ / "b"), 9 * kChunk + 10);
         EXPECT_THAT(console(), IsEmpty());

@@ -16,8 +16,8 @@ inline constexpr std::size_t kChunk = 65'536;
 /// The fake files, with attributes of the test's own for the source.
 class AttributedFiles : public FakeFileManager {
 public:
-    AttributedFiles(const FakePlatform& system, platform::ItemAttributes source)
-        : FakeFileManager(system.disk, system.journal), source_(std::move(source)) {}
+    AttributedFiles(const FakePlatform& system, const platform::ItemAttributes& source)
+        : FakeFileManager(system.disk, system.journal), source_(source) {}
 
     platform::Result<platform::ItemAttributes> attributes(const Path& path) override {
         return path == "/s" ? source_ : FakeFileManager::attributes(path);
