@@ -5,7 +5,7 @@ set(CPACK_PACKAGE_CONTACT "Quorvane <support@quorvane.com>")
 set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL kit rights tools)
+set(CPACK_COMPONENTS_ALL copy kit rights tools)
 if(QV_BUILD_APP)
   list(APPEND CPACK_COMPONENTS_ALL program)
 endif()
@@ -33,6 +33,12 @@ set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Command-line tools that programs on the Q
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS lsof)
+
+set(CPACK_DEBIAN_COPY_PACKAGE_NAME quorvane-copy)
+set(CPACK_COMPONENT_COPY_DESCRIPTION "Copies a file to several places at once, verifies each, and hashes files,
+ with progress on a terminal.")
+set(CPACK_DEBIAN_COPY_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_COPY_PACKAGE_SHLIBDEPS ON)
 
 set(CPACK_DEBIAN_KIT_PACKAGE_NAME quorvane-kit-dev)
 set(CPACK_COMPONENT_KIT_DESCRIPTION "Headers and static libraries of the kit below the Brightkeel uninstaller.")

@@ -9,8 +9,18 @@ import re
 import sys
 from pathlib import Path
 
-# From top to bottom: a folder may include itself and what stands below it.
-LAYERS = ["app", "kit/files", "kit/auth", "kit/tasks", "kit/log", "kit/paths", "kit/base", "platform"]
+# From top to bottom: a folder may include itself and what has a greater number.
+LAYERS = {
+    "app": 0,
+    "programs": 0,
+    "kit/files": 1,
+    "kit/auth": 2,
+    "kit/tasks": 3,
+    "kit/log": 4,
+    "kit/paths": 5,
+    "kit/base": 6,
+    "platform": 7,
+}
 # Where the headers of an operating system or toolkit are at home.
 SYSTEM_FOLDERS = ("platform/linux", "platform/qt")
 
@@ -53,12 +63,12 @@ def upward(number, layer, header):
         yield number, f"{layer} includes {header} of a system"
     elif target is None:
         yield number, f"{header} belongs to no layer"
-    elif LAYERS.index(target) < LAYERS.index(layer):
-        yield number, f"{layer} includes {header} above it"
+    elif target != layer and LAYERS[target] <= LAYERS[layer]:
+        yield number, f"{layer} includes {header}, which does not stand below it"
 
 
 def sources(root):
-    for folder in ("app", "kit", "platform"):
+    for folder in ("app", "programs", "kit", "platform"):
         for path in sorted((root / folder).rglob("*")):
             if path.suffix in (".h", ".cpp"):
                 yield path

@@ -34,12 +34,19 @@ class CheckIncludes(unittest.TestCase):
         self.assert_clean("app/a.cpp", '#include "platform/Services.h"\n')
 
     def test_up_is_not(self):
-        self.assert_found("kit/log/a.cpp", '#include "kit/tasks/QVTaskEx.h"\n', "above it")
-        self.assert_found("platform/a.cpp", '#include "kit/base/format.h"\n', "above it")
+        self.assert_found("kit/log/a.cpp", '#include "kit/tasks/QVTaskEx.h"\n', "not stand below")
+        self.assert_found("platform/a.cpp", '#include "kit/base/format.h"\n', "not stand below")
+
+    def test_neither_is_beside(self):
+        self.assert_found("programs/a.cpp", '#include "app/interface.h"\n', "not stand below")
+        self.assert_found("app/a.cpp", '#include "programs/options.h"\n', "not stand below")
+        self.assert_clean("programs/qvcopy/a.cpp", '#include "programs/options.h"\n')
+        self.assert_clean("programs/qvcopy/a.cpp", '#include "kit/files/QVFileManager.h"\n')
 
     def test_systems_stay_in_their_folders(self):
         self.assert_found("kit/log/a.cpp", "#include <unistd.h>\n", "standard library")
         self.assert_found("app/a.cpp", "#include <QWidget>\n", "standard library")
+        self.assert_found("programs/a.cpp", "#include <unistd.h>\n", "standard library")
         self.assert_found("app/a.cpp", '#include "platform/linux/trash.h"\n', "of a system")
         self.assert_clean("platform/linux/a.cpp", '#include <unistd.h>\n#include "platform/linux/trash.h"\n')
         self.assert_found("platform/linux/a.cpp", '#include "kit/log/QVLog.h"\n', "of the kit")

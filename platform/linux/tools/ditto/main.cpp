@@ -3,10 +3,10 @@
 
 #include <malloc.h>
 
+#include "platform/linux/interruption.h"
 #include "platform/linux/tools/ditto/command.h"
 #include "platform/linux/tools/ditto/create.h"
 #include "platform/linux/tools/ditto/extract.h"
-#include "platform/linux/tools/ditto/interruption.h"
 
 namespace {
 
@@ -28,7 +28,7 @@ void perform(const Arguments& arguments, Report& report) {
     // Some archives give names in several encodings, the best of them for this one.
     std::setlocale(LC_CTYPE, "C.UTF-8");
     ::mallopt(M_TRIM_THRESHOLD, kKeptMemory);
-    ditto::watchForInterruption();
+    platform::linux_::watchForInterruption();
     if (command.action == ditto::Command::Action::create) {
         ditto::createArchive(command.source, command.destination, command.keepParent, report);
     } else {

@@ -1,0 +1,33 @@
+// What the kit says on the console while a program has a line of progress there.
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "platform/Services.h"
+#include "programs/progress_line.h"
+
+namespace quorvane::programs {
+
+/// During its life the kit's messages take the line off, and each is passed on once: on a full disk
+/// the kit says the same of every chunk. While it is made and destroyed nobody else uses the
+/// services. Any thread may ask.
+class ConsoleWatch {
+public:
+    explicit ConsoleWatch(std::shared_ptr<ProgressLine> line);
+    ConsoleWatch(const ConsoleWatch&) = delete;
+    ConsoleWatch& operator=(const ConsoleWatch&) = delete;
+    ~ConsoleWatch();
+
+    /// Whether a message came that begins with the text.
+    bool hasHeard(std::string_view start) const;
+
+private:
+    class Console;
+
+    std::shared_ptr<Console> console_;
+    platform::Services services_;
+    const platform::Services* before_;
+};
+
+} // namespace quorvane::programs
