@@ -67,7 +67,8 @@ public:
     /// A command for each destination, in which $S is the source and $D the destination.
     Work shell(const std::string& line) const {
         std::string lines = "set -e; S='" + source_ + "';";
-        for (const Path& destination : destinations_) lines += " D='" + destination + "'; " + line;
+        for (const Path& destination : destinations_)
+            lines.append(" D='").append(destination).append("'; ").append(line);
         return command(lines);
     }
 
