@@ -11,7 +11,7 @@ namespace quorvane::programs {
 
 /// During its life the kit's messages take the line off, and each is passed on once: on a full disk
 /// the kit says the same of every chunk. While it is made and destroyed nobody else uses the
-/// services. Any thread may ask.
+/// services, which takes a kit whose log is disabled. Any thread may ask.
 class ConsoleWatch {
 public:
     explicit ConsoleWatch(std::shared_ptr<ProgressLine> line);

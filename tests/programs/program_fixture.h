@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "kit/log/QVLog.h"
 #include "tests/programs/fake_command_line.h"
 #include "tests/support/fake_platform.h"
 
@@ -18,6 +19,7 @@ protected:
     ProgramTest() : error_(std::cerr.rdbuf(errorText_.rdbuf())) {
         // What is asked on the queue is answered at once.
         system.queues->setMode(Detached::inlined);
+        QVLog::sharedController().setLoggingDisabled(true); // as every program runs
     }
     ~ProgramTest() override { std::cerr.rdbuf(error_); }
 

@@ -1,6 +1,5 @@
 #include "programs/program.h"
 
-#include "kit/log/QVLog.h"
 #include "programs/options.h"
 #include "tests/programs/program_fixture.h"
 
@@ -57,6 +56,7 @@ TEST_F(ProgramRun, FailsWhenNobodyTakesItsOutput) {
 }
 
 TEST_F(ProgramRun, LeavesNoLog) {
+    QVLog::sharedController().setLoggingDisabled(false);
     ::testing::internal::CaptureStdout();
     run({}, [] {
         QVLog::appendLogAndPrint("message");
