@@ -60,9 +60,8 @@ void measureSize(const std::string& top, int rounds) {
         for (int time = 0; time < 10; ++time)
             require(QVFileManager::fileSize(tenth.path()) == expected / 10);
     };
-    measure(
-        "tree-size-growth", [&] { require(QVFileManager::fileSize(top) == expected); },
-        {{"ten-times-a-tenth", sizesOfTenth, 1.2}}, rounds);
+    measure("tree-size-growth", timed([&] { require(QVFileManager::fileSize(top) == expected); }),
+            {{"ten-times-a-tenth", timed(sizesOfTenth), 1.2}}, rounds);
 }
 
 /// Nothing in it matters, so that all of it must be looked through.
