@@ -1,7 +1,5 @@
 #include "platform/linux/percent_encoding.h"
 
-#include <charconv>
-
 namespace quorvane::platform::linux_ {
 namespace {
 
@@ -26,23 +24,6 @@ std::string percentEncoded(std::string_view path) {
         encoded += {'%', kDigits[byte >> 4U], kDigits[byte & 0x0FU]};
     }
     return encoded;
-}
-
-std::string percentDecoded(std::string_view text) {
-    std::string decoded;
-    for (std::size_t index = 0; index < text.size(); ++index) {
-        const std::string_view digits =
-            text[index] == '%' ? text.substr(index + 1, 2) : std::string_view();
-        unsigned char byte = 0;
-        const char* end = digits.data() + digits.size();
-        if (digits.size() != 2 || std::from_chars(digits.data(), end, byte, 16).ptr != end) {
-            decoded += text[index];
-            continue;
-        }
-        decoded += static_cast<char>(byte);
-        index += 2;
-    }
-    return decoded;
 }
 
 } // namespace quorvane::platform::linux_

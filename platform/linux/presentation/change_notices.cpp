@@ -10,11 +10,8 @@ namespace quorvane::platform::linux_ {
 Result<void> ChangeNotices::announce(const Path& item) {
     const Result<Path> path = systemPath(item);
     if (!path) return path.error();
-    BusSignal signal{"/",
-                     "org.kde.KDirNotify",
-                     "FilesChanged",
-                     {"file://" + percentEncoded(path.value())},
-                     true};
+    BusSignal signal{"/", "org.kde.KDirNotify", "FilesChanged",
+                     "file://" + percentEncoded(path.value()), true};
     struct stat status {};
     if (::lstat(path.value().c_str(), &status) != 0) {
         signal.member = "FilesRemoved";

@@ -10,7 +10,8 @@ namespace quorvane::platform::linux_ {
 /// well, which is heard by whoever wants to and costs nothing where nobody does. Any thread.
 class ChangeNotices {
 public:
-    /// Something changed: a folder's entries, or a file, which may have gone. Never waits.
+    /// Something changed: a folder's entries, or a file, which may have gone. Waits for no
+    /// listener, and for a bus that hangs 0.1 s at most.
     Result<void> announce(const Path& item);
 
 private:

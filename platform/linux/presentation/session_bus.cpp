@@ -1,142 +1,83 @@
 #include "platform/linux/presentation/session_bus.h"
 
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-
-#include <algorithm>
-#include <array>
-#include <chrono>
-#include <cstddef>
-#include <cstdlib>
-#include <cstring>
-#include <utility>
-#include <vector>
+#include <sstream>
 
 #include "platform/linux/environment.h"
-#include "platform/linux/percent_encoding.h"
+#include "platform/linux/posix.h"
 
 namespace quorvane::platform::linux_ {
 namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kFarewell = 100ms;
-/// What a bus has to say between two signals fits many times; one that says more is none.
-constexpr int kMostReads = 64;
+constexpr auto kPatience = 100ms;
 
-/// The name of a local socket; one that begins with NUL is no file.
-using SocketName = std::string;
-
-std::vector<std::string_view> split(std::string_view text, char separator) {
-    std::vector<std::string_view> parts;
-    for (;;) {
-        const auto end = text.find(separator);
-        parts.push_back(text.substr(0, end));
-        if (end == std::string_view::npos) return parts;
-        text.remove_prefix(end + 1);
-    }
-}
-
-/// The local sockets in the form "unix:path=/run/bus,guid=0;unix:abstract=name".
-std::vector<SocketName> socketNames(std::string_view addresses) {
-    static constexpr std::string_view kTransport = "unix:";
-    static constexpr std::string_view kPath = "path=";
-    static constexpr std::string_view kAbstract = "abstract=";
-    std::vector<SocketName> names;
-    for (std::string_view address : split(addresses, ';')) {
-        if (!address.starts_with(kTransport)) continue;
-        address.remove_prefix(kTransport.size());
-        for (const std::string_view part : split(address, ',')) {
-            if (part.starts_with(kPath))
-                names.push_back(percentDecoded(part.substr(kPath.size())));
-            else if (part.starts_with(kAbstract))
-                names.push_back('\0' + percentDecoded(part.substr(kAbstract.size())));
-        }
-    }
-    return names;
-}
-
-std::vector<SocketName> sessionSockets() {
+/// In the form "unix:path=/run/bus,guid=0123;unix:abstract=name".
+std::string sessionAddresses() {
     const char* addresses = std::getenv("DBUS_SESSION_BUS_ADDRESS");
-    if (addresses != nullptr && *addresses != '\0') return socketNames(addresses);
+    if (addresses != nullptr && *addresses != '\0') return addresses;
     const MaybePath runtime = folderFromEnvironment("XDG_RUNTIME_DIR");
-    return runtime ? std::vector<SocketName>{*runtime + "/bus"} : std::vector<SocketName>();
+    return runtime ? "unix:path=" + *runtime + "/bus" : "";
 }
 
-Result<Descriptor> connectedTo(const SocketName& name) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (name.empty() || name.size() >= sizeof address.sun_path) return systemError(ENAMETOOLONG);
-    std::memcpy(address.sun_path, name.data(), name.size());
-    // An abstract name ends with the address, a path with its NUL.
-    const std::size_t length =
-        offsetof(sockaddr_un, sun_path) + name.size() + (name.front() == '\0' ? 0 : 1);
-    Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-    const auto* generic = static_cast<const sockaddr*>(static_cast<const void*>(&address));
-    if (!socket || ::connect(socket.get(), generic, static_cast<socklen_t>(length)) != 0)
-        return systemError();
-    return socket;
-}
-
-/// Takes in what the bus said, which nobody needs; false once the bus has left.
-bool isStillThere(int socket) {
-    std::array<char, 4096> buffer{};
-    for (int reads = 0; reads < kMostReads; ++reads) {
-        const ssize_t count = retryInterrupted(
-            [&] { return ::recv(socket, buffer.data(), buffer.size(), MSG_DONTWAIT); });
-        if (count <= 0) return count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK);
-    }
-    return false;
+int emit(sd_bus* bus, const BusSignal& signal) {
+    const auto emitted = [&](auto... argument) {
+        return sd_bus_emit_signal(bus, signal.object.c_str(), signal.interface.c_str(),
+                                  signal.member.c_str(), argument...);
+    };
+    return signal.isArray ? emitted("as", 1U, signal.text.c_str())
+                          : emitted("s", signal.text.c_str());
 }
 
 } // namespace
 
-SessionBus::~SessionBus() {
-    if (!isConnected() || ::shutdown(socket_.get(), SHUT_WR) != 0) return;
-    const auto end = std::chrono::steady_clock::now() + kFarewell;
-    do {
-        const auto left =
-            std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
-        pollfd waiting{socket_.get(), POLLIN, 0};
-        if (left <= 0ms || ::poll(&waiting, 1, static_cast<int>(left.count())) == 0) return;
-    } while (isConnected());
+/// Until the bus has welcomed the program and taken what it wrote, and all it said is read.
+int SessionBus::settle(sd_bus* bus, Clock::time_point end) {
+    for (;;) {
+        const int progress = sd_bus_process(bus, nullptr);
+        if (progress < 0) return progress;
+        std::uint64_t unwritten = 0;
+        sd_bus_get_n_queued_write(bus, &unwritten);
+        if (progress == 0 && unwritten == 0 && sd_bus_is_ready(bus) > 0) return 0;
+        const auto left = std::chrono::ceil<std::chrono::microseconds>(end - Clock::now());
+        if (left <= 0us) return -ETIMEDOUT;
+        // What fails here fails in the next turn too.
+        if (progress == 0) ignore(sd_bus_wait(bus, static_cast<std::uint64_t>(left.count())));
+    }
 }
 
-bool SessionBus::isConnected() { return socket_ && isStillThere(socket_.get()); }
+int SessionBus::open(const std::string& address, Clock::time_point end) {
+    sd_bus* bus = nullptr;
+    int code = sd_bus_new(&bus);
+    bus_.reset(bus);
+    if (code >= 0) code = sd_bus_set_address(bus, address.c_str());
+    if (code >= 0) code = sd_bus_set_bus_client(bus, 1);
+    if (code >= 0) code = sd_bus_start(bus);
+    return code < 0 ? code : settle(bus, end);
+}
 
-Result<void> SessionBus::connect() {
-    Error error = systemError(ENOENT);
-    for (const SocketName& name : sessionSockets()) {
-        Result<Descriptor> socket = connectedTo(name);
-        if (socket) {
-            socket_ = std::move(socket.value());
-            lastSerial_ = 0;
-            return {};
-        }
-        error = socket.error();
-    }
-    return error;
+int SessionBus::connect(Clock::time_point end) {
+    int code = -ENOENT;
+    std::istringstream addresses(sessionAddresses());
+    for (std::string address; code < 0 && std::getline(addresses, address, ';');)
+        // Other kinds of addresses look up hosts or start programs, however long that takes.
+        if (address.starts_with("unix:")) code = open(address, end);
+    return code;
 }
 
 Result<void> SessionBus::send(const BusSignal& signal) {
     const std::lock_guard lock(mutex_);
-    Bytes bytes;
-    if (!isConnected()) {
-        const Result<void> connected = connect();
-        if (!connected) return connected.error();
-        bytes = busGreeting();
-        ++lastSerial_;
-    }
-    bytes += busMessage(signal, ++lastSerial_);
-    const ssize_t count = retryInterrupted([&] {
-        return ::send(socket_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-    });
-    if (count == static_cast<ssize_t>(bytes.size())) return {};
-    // A bus that got half a message understands no further one.
-    const Error error = systemError(count < 0 ? errno : EAGAIN);
-    socket_.reset();
-    return error;
+    const auto start = Clock::now();
+    if (start < silentUntil_) return systemError(ETIMEDOUT);
+    const auto end = start + kPatience;
+    int code = bus_ ? settle(bus_.get(), end) : -ENOTCONN;
+    if (code < 0 && code != -ETIMEDOUT) code = connect(end);
+    if (code >= 0) code = emit(bus_.get(), signal);
+    if (code >= 0) code = settle(bus_.get(), end);
+    if (code >= 0) return {};
+    if (code == -ETIMEDOUT) silentUntil_ = Clock::now() + pause_;
+    bus_.reset();
+    return systemError(-code);
 }
 
 } // namespace quorvane::platform::linux_

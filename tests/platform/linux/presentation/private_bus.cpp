@@ -2,12 +2,12 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
+#include <csignal>
 #include <cstdio>
 #include <fstream>
 
@@ -53,8 +53,12 @@ OutputOf::OutputOf(const std::vector<std::string>& command) {
 
 OutputOf::~OutputOf() {
     if (process_ <= 0) return;
-    ::kill(process_, SIGKILL);
+    signal(SIGKILL);
     ::waitpid(process_, nullptr, 0);
+}
+
+void OutputOf::signal(int number) const {
+    if (process_ > 0) ::kill(process_, number);
 }
 
 std::string OutputOf::line() {
@@ -77,9 +81,12 @@ std::string OutputOf::line() {
 
 PrivateBus::PrivateBus(const Path& folder, const std::string& address)
     : daemon_({"dbus-daemon", "--nofork", "--nosyslog", "--print-address",
-               "--config-file=" + configuration(folder, address)}) {
-    daemon_.line();
-}
+               "--config-file=" + configuration(folder, address)}),
+      address_(daemon_.line()) {}
+
+void PrivateBus::hang() const { daemon_.signal(SIGSTOP); }
+
+void PrivateBus::goOn() const { daemon_.signal(SIGCONT); }
 
 NoticeListener::NoticeListener(const std::string& address)
     : monitor_(
@@ -91,7 +98,7 @@ NoticeListener::NoticeListener(const std::string& address)
 }
 
 std::string NoticeListener::next() {
-    const std::string head = monitor_.line();
+    std::string head = monitor_.line();
     std::string notice = between(head, "interface=org.kde.KDirNotify; member=", ' ');
     if (notice.empty()) return head;
     std::string line = monitor_.line();

@@ -20,6 +20,8 @@ public:
 
     /// Waits for the next line, half a minute at most; empty without one.
     std::string line();
+    /// Sends the program a signal.
+    void signal(int number) const;
 
 private:
     platform::linux_::Descriptor output_;
@@ -32,8 +34,15 @@ class PrivateBus {
 public:
     PrivateBus(const Path& folder, const std::string& address);
 
+    /// Its address as it says it, with an identifier of its own.
+    const std::string& address() const { return address_; }
+    /// Neither reads nor answers from now on.
+    void hang() const;
+    void goOn() const;
+
 private:
     OutputOf daemon_;
+    std::string address_;
 };
 
 /// A client of the bus that hears change notices, from the time on when it is made.

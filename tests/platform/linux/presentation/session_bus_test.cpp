@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
@@ -11,6 +13,7 @@
 #include <filesystem>
 #include <set>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "platform/linux/presentation/change_notices.h"
@@ -31,16 +34,26 @@ protected:
         ::setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
     }
 
-    /// A socket on which nobody ever takes anything in.
-    Descriptor hungBus() const {
-        Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    static const sockaddr* generic(const sockaddr_un& name) {
+        return static_cast<const sockaddr*>(static_cast<const void*>(&name));
+    }
+    sockaddr_un socketName() const {
         sockaddr_un name{};
         name.sun_family = AF_UNIX;
         std::strncpy(name.sun_path, path.c_str(), sizeof name.sun_path - 1);
-        const auto* generic = static_cast<const sockaddr*>(static_cast<const void*>(&name));
-        EXPECT_EQ(::bind(socket.get(), generic, sizeof name), 0);
-        EXPECT_EQ(::listen(socket.get(), 0), 0);
+        return name;
+    }
+    /// A socket on which nobody ever takes anything in.
+    Descriptor hungBus(int places = 0) const {
+        Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+        const sockaddr_un name = socketName();
+        EXPECT_EQ(::bind(socket.get(), generic(name), sizeof name), 0);
+        EXPECT_EQ(::listen(socket.get(), places), 0);
         return socket;
+    }
+    bool connectTo(const Descriptor& socket) const {
+        const sockaddr_un name = socketName();
+        return ::connect(socket.get(), generic(name), sizeof name) == 0;
     }
 
     quorvane::testing::ScratchFolder scratch;
@@ -121,13 +134,16 @@ TEST_F(SessionBusTest, AddressesHaveManyForms) {
     for (const std::string& listening : {"unix:path=" + scratch.path() + "/a%20b", abstract}) {
         const PrivateBus bus(scratch.path(), listening);
         NoticeListener listener(listening);
-        const std::string several = "tcp:host=localhost;unix:path=/missing,guid=0;unix:tmpdir=/tmp;"
-                                    "unix:guid=0," +
-                                    listening.substr(5);
+        const Path started = scratch / "started";
+        const std::string several = "unixexec:path=touch,argv1=" + started +
+                                    ";tcp:host=localhost;;unix:path=/missing,guid=0;unix:tmpdir=/"
+                                    "tmp;nonsense;" +
+                                    bus.address();
         ::setenv("DBUS_SESSION_BUS_ADDRESS", several.c_str(), 1);
         ChangeNotices notices;
         EXPECT_TRUE(notices.announce("/missing"));
         EXPECT_EQ(listener.next(), "FilesRemoved [file:///missing]");
+        EXPECT_FALSE(fs::exists(started));
     }
 }
 
@@ -155,39 +171,93 @@ TEST_F(SessionBusTest, WithoutASessionNobodyIsTold) {
     EXPECT_EQ(notices.announce(scratch.path()).error().code, ENOENT);
 }
 
-TEST_F(SessionBusTest, AHungBusHangsNobody) {
-    const Descriptor hung = hungBus();
-    const Path item = "/" + std::string(4000, 'x');
-    ChangeNotices first;
-    EXPECT_TRUE(first.announce(item));
-    // Until the socket takes no more; from then on nobody can be told.
-    bool isTaken = true;
-    for (int count = 0; isTaken && count < 10'000; ++count) isTaken = first.announce(item).ok();
-    EXPECT_FALSE(isTaken);
-    EXPECT_FALSE(first.announce(item));
-    ChangeNotices second;
-    EXPECT_FALSE(second.announce(item)) << "the queue of the socket is full";
-}
-
-TEST_F(SessionBusTest, AHungBusKeepsNoProgramFromEnding) {
-    const Descriptor hung = hungBus();
+TEST_F(SessionBusTest, ABusThatNeverAnswersIsAskedOnce) {
+    const Descriptor hung = hungBus(10);
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_TRUE(ChangeNotices().announce("/missing"));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    {
+        ChangeNotices notices;
+        for (int count = 0; count < 10'000; ++count)
+            EXPECT_EQ(notices.announce("/missing").error().code, ETIMEDOUT);
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
+    EXPECT_TRUE(Descriptor(::accept(hung.get(), nullptr, nullptr)));
+    EXPECT_FALSE(Descriptor(::accept(hung.get(), nullptr, nullptr)));
 }
 
-TEST_F(SessionBusTest, ABusThatHangsUpIsAFailureOfTheNextNoticesOnly) {
-    ChangeNotices notices;
+TEST_F(SessionBusTest, AHungBusWhoseQueueIsFullHangsNobody) {
+    const Descriptor hung = hungBus();
+    EXPECT_EQ(ChangeNotices().announce("/missing").error().code, ETIMEDOUT);
+    std::vector<Descriptor> others;
+    do others.emplace_back(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    while (connectTo(others.back()));
+    EXPECT_EQ(ChangeNotices().announce("/missing").error().code, EAGAIN);
+}
+
+TEST_F(SessionBusTest, ABusThatStopsReadingIsLeftAloneForAWhile) {
+    const PrivateBus bus(scratch.path(), address);
+    NoticeListener listener(address);
+    SessionBus session(std::chrono::hours(1));
+    BusSignal signal{"/", "org.kde.KDirNotify", "FilesAdded", std::string(4000, 'x')};
+    EXPECT_TRUE(session.send(signal));
+    EXPECT_EQ(listener.next(), "FilesAdded " + signal.text);
+    bus.hang();
+    // Until the socket takes no more.
+    bool isTaken = true;
+    for (int count = 0; isTaken && count < 10'000; ++count) isTaken = session.send(signal).ok();
+    EXPECT_FALSE(isTaken);
+    bus.goOn();
+    EXPECT_EQ(session.send(signal).error().code, ETIMEDOUT);
+}
+
+TEST_F(SessionBusTest, ABusThatHungIsAskedAgainAfterThePause) {
+    SessionBus session(std::chrono::milliseconds(0));
+    const BusSignal signal{"/", "org.kde.KDirNotify", "FilesAdded", "text"};
     {
         const Descriptor hung = hungBus();
-        EXPECT_TRUE(notices.announce("/missing"));
+        EXPECT_EQ(session.send(signal).error().code, ETIMEDOUT);
     }
-    EXPECT_EQ(notices.announce("/missing").error().code, ECONNREFUSED);
+    EXPECT_EQ(session.send(signal).error().code, ECONNREFUSED);
     fs::remove(path);
     const PrivateBus bus(scratch.path(), address);
     NoticeListener listener(address);
-    EXPECT_TRUE(notices.announce("/missing"));
-    EXPECT_EQ(listener.next(), "FilesRemoved [file:///missing]");
+    EXPECT_TRUE(session.send(signal));
+    EXPECT_EQ(listener.next(), "FilesAdded text");
+}
+
+TEST_F(SessionBusTest, ARefusedSignalKeepsNoOtherFromBeingSent) {
+    const PrivateBus bus(scratch.path(), address);
+    NoticeListener listener(address);
+    SessionBus session;
+    const BusSignal good{"/", "org.kde.KDirNotify", "FilesAdded", "text"};
+    EXPECT_TRUE(session.send(good));
+    EXPECT_EQ(listener.next(), "FilesAdded text");
+    for (const auto& [member, value] : {std::pair(&BusSignal::text, "\xFF"),
+                                        {&BusSignal::object, "none"},
+                                        {&BusSignal::interface, "none"},
+                                        {&BusSignal::member, ""}}) {
+        BusSignal bad = good;
+        bad.*member = value;
+        EXPECT_EQ(session.send(bad).error().code, EINVAL) << value;
+    }
+    EXPECT_TRUE(session.send(good));
+    EXPECT_EQ(listener.next(), "FilesAdded text");
+}
+
+TEST_F(SessionBusTest, AForkedProgramSpeaksForItself) {
+    const PrivateBus bus(scratch.path(), address);
+    NoticeListener listener(address);
+    ChangeNotices notices;
+    EXPECT_TRUE(notices.announce("/missing-1"));
+    EXPECT_EQ(listener.next(), "FilesRemoved [file:///missing-1]");
+    const pid_t child = ::fork();
+    // It ends at once, without closing anything.
+    if (child == 0) ::_exit(notices.announce("/missing-2").ok() ? 0 : 1);
+    int status = -1;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(listener.next(), "FilesRemoved [file:///missing-2]");
+    EXPECT_TRUE(notices.announce("/missing-3"));
+    EXPECT_EQ(listener.next(), "FilesRemoved [file:///missing-3]");
 }
 
 } // namespace
