@@ -54,9 +54,9 @@ int copyAndRename(const Command& command, const Place& source, const Place& dest
     const Place staged{0, std::move(staging.folder), destination.name};
     int status = run("/bin/cp", command.options, {&source, &staged}, output);
     // Part of a tree may serve those who asked for a copy; a move brings the whole or nothing.
-    const bool arrived = (status == 0 || !isMove) &&
-                         ::renameat(staged.folder.get(), staged.name, destination.folder.get(),
-                                    destination.name) == 0;
+    const bool arrived =
+        (status == 0 || !isMove) && ::renameat(staged.folder.get(), staged.name,
+                                               destination.folder.get(), destination.name) == 0;
     if (!arrived) {
         ignore(run("/bin/rm", {"-Rf"}, {&staged}, output));
         if (status == 0) status = 1;
