@@ -39,19 +39,20 @@ void ProgressLine::finish() {
     finished_ = true;
 }
 
-/// Stays clear of the last column, behind which some terminals begin the next line.
+/// Stays clear of the last column, behind which some terminals begin the next line. One write: a
+/// terminal drops what it has not shown when the user cancels, and half a line would stay.
 void ProgressLine::draw(std::size_t columns) {
     const std::size_t room = columns > kEcho + 1 ? columns - kEcho - 1 : 0;
     const std::string text = progress_.text(room);
     const std::string rest(shown_ > text.size() ? shown_ - text.size() : 0, ' ');
-    stream_ << '\r' << text << rest << std::flush;
+    stream_ << "\r" + text + rest << std::flush;
     shown_ = text.size() + rest.size();
 }
 
 /// Spaces are understood by every terminal.
 void ProgressLine::clear() {
     if (shown_ == 0) return;
-    stream_ << '\r' << std::string(shown_ + kEcho, ' ') << '\r' << std::flush;
+    stream_ << "\r" + std::string(shown_ + kEcho, ' ') + "\r" << std::flush;
     shown_ = 0;
 }
 
