@@ -3,6 +3,7 @@
 namespace quorvane::programs {
 
 std::string checksumLine(std::string_view digest, std::string_view name) {
+    if (name == "-") name = "./-"; // else the standard input, for programs that check lines
     std::string line = name.find_first_of("\\\n\r") == std::string_view::npos ? "" : "\\";
     line.append(digest).append("  ");
     for (const char each : name) {

@@ -1,5 +1,6 @@
 #include "programs/console_watch.h"
 
+#include <algorithm>
 #include <mutex>
 #include <set>
 #include <string>
@@ -8,6 +9,15 @@
 #include "platform/ConsoleLog.h"
 
 namespace quorvane::programs {
+namespace {
+
+/// Tells what ends a copy from what befalls one destination of it.
+bool isReason(const std::string& message) {
+    return message.ends_with(" Aborting copy process...") ||
+           message.starts_with("Error: copied file size does not match original source ");
+}
+
+} // namespace
 
 class ConsoleWatch::Console : public platform::ConsoleLog {
 public:
@@ -18,17 +28,20 @@ public:
         const std::lock_guard lock(mutex_);
         if (heard_.insert(message).second) line_->interrupt([&] { next_->log(message); });
     }
-    bool hasHeard(std::string_view start) const {
+    bool hasHeard(const std::string& message) const {
         const std::lock_guard lock(mutex_);
-        const auto found = heard_.lower_bound(start);
-        return found != heard_.end() && found->starts_with(start);
+        return heard_.contains(message);
+    }
+    bool hasHeardWhyItFailed() const {
+        const std::lock_guard lock(mutex_);
+        return std::ranges::any_of(heard_, isReason);
     }
 
 private:
     const std::shared_ptr<platform::ConsoleLog> next_;
     const std::shared_ptr<ProgressLine> line_;
     mutable std::mutex mutex_; ///< guards the messages
-    std::set<std::string, std::less<>> heard_;
+    std::set<std::string> heard_;
 };
 
 ConsoleWatch::ConsoleWatch(std::shared_ptr<ProgressLine> line)
@@ -40,6 +53,10 @@ ConsoleWatch::ConsoleWatch(std::shared_ptr<ProgressLine> line)
 
 ConsoleWatch::~ConsoleWatch() { platform::installServices(before_); }
 
-bool ConsoleWatch::hasHeard(std::string_view start) const { return console_->hasHeard(start); }
+bool ConsoleWatch::hasHeard(const std::string& message) const {
+    return console_->hasHeard(message);
+}
+
+bool ConsoleWatch::hasHeardWhyItFailed() const { return console_->hasHeardWhyItFailed(); }
 
 } // namespace quorvane::programs

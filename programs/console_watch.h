@@ -2,7 +2,7 @@
 #pragma once
 
 #include <memory>
-#include <string_view>
+#include <string>
 
 #include "platform/Services.h"
 #include "programs/progress_line.h"
@@ -19,8 +19,9 @@ public:
     ConsoleWatch& operator=(const ConsoleWatch&) = delete;
     ~ConsoleWatch();
 
-    /// Whether a message came that begins with the text.
-    bool hasHeard(std::string_view start) const;
+    bool hasHeard(const std::string& message) const;
+    /// Whether a message came after which nothing is copied.
+    bool hasHeardWhyItFailed() const;
 
 private:
     class Console;

@@ -18,6 +18,7 @@ SourceFile sourceFile(const std::string& name) {
     files->close(opened.value());
     if (files->existence(path).isDirectory)
         throw Failure(name, std::generic_category().message(EISDIR));
+    if (name.ends_with('/')) throw Failure(name, std::generic_category().message(ENOTDIR));
     return {name, path, end ? end.value() : 0};
 }
 

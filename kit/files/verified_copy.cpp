@@ -7,6 +7,7 @@
 #include "kit/auth/console.h"
 #include "kit/base/components.h"
 #include "kit/files/copy_run.h"
+#include "kit/files/final_links.h"
 #include "platform/Services.h"
 
 namespace quorvane {
@@ -17,8 +18,6 @@ using platform::DigestContext;
 using DelegatePointer = std::shared_ptr<const FileCopyDelegate>;
 
 constexpr std::chrono::seconds kFolderTimeout{10};
-/// As many as a path may lead over.
-constexpr int kMostLinks = 40;
 
 bool isKnown(VerificationType type) {
     return type >= VerificationType::none && type <= VerificationType::sha512;
@@ -53,18 +52,6 @@ MaybeText digestText(const DigestContext& context) {
         break;
     }
     return QVFileManager::sha512HashWithContext(context);
-}
-
-/// The file that is opened by the path, where a link stands there.
-Path withoutFinalLinks(platform::FileManager& files, Path path) {
-    for (int links = 0; links < kMostLinks; ++links) {
-        const auto target = files.linkDestination(path);
-        if (!target) break;
-        path = target.value().starts_with('/')
-                   ? target.value()
-                   : joinPath(withoutLastComponent(path), target.value());
-    }
-    return path;
 }
 
 bool makeFolderFor(const Path& source, const Path& destination) {
@@ -123,7 +110,8 @@ bool carryOut(const std::shared_ptr<FileCopySettings>& settings, VerificationTyp
     const Path& source = settings->source();
     CopyRun run(*files, settings, digestFor(type));
     if (!run.openSource()) return false;
-    const auto read = files->attributes(withoutFinalLinks(*files, source));
+    const auto read =
+        platform::services().makeFileManager()->attributes(withoutFinalLinks(*files, source));
     const platform::ItemAttributes attributes = read ? read.value() : platform::ItemAttributes();
     if (!run.openDestinations() || !run.copy(attributes.size)) return false;
     run.close();

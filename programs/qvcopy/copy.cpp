@@ -45,7 +45,7 @@ bool holdsSource(std::size_t number, const Path& destination, const Run& run,
                  const ConsoleWatch& console) {
     if (number < run.digests.size())
         return run.sourceDigest && run.digests[number] == run.sourceDigest;
-    return !console.hasHeard("Error writing file " + destination + ": ");
+    return !console.hasHeard("Error writing file " + destination + ": 1");
 }
 
 ExitStatus tellOutcome(const Places& places, const Run& run, const ConsoleWatch& console,
@@ -69,8 +69,8 @@ ExitStatus tellFailure(const Places& places, const Run& run, const ConsoleWatch&
         complain(kName, "cancelled, the destinations are not whole");
         return ExitStatus::cancelled;
     }
-    // Everything else is told on the console.
-    if (!console.hasHeard(""))
+    // All else is told on the console; what the log would tell is a source that is not read whole.
+    if (!console.hasHeardWhyItFailed())
         complain(kName, places.source.name + ": could not be read to its end");
     return ExitStatus::failed;
 }

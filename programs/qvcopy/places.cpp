@@ -9,6 +9,7 @@
 
 #include "kit/base/components.h"
 #include "kit/files/QVFileManager.h"
+#include "kit/files/final_links.h"
 #include "platform/Services.h"
 #include "programs/program.h"
 
@@ -27,7 +28,8 @@ using platform::FileManager;
 /// folder and name; where that is not there either the whole path.
 using Sameness = std::pair<FileIdentity, Path>;
 
-Sameness samenessOf(const Path& path, FileManager& files) {
+Sameness samenessOf(const Path& name, FileManager& files) {
+    const Path path = withoutFinalLinks(files, name);
     const Existence there = files.existence(path);
     if (there.exists) return {there.identity, {}};
     const Existence folder = files.existence(Path(withoutLastComponent(path)));

@@ -8,6 +8,7 @@ namespace {
 TEST(ChecksumLine, IsTheDigestTwoSpacesAndTheName) {
     EXPECT_EQ(checksumLine("d41d", "a file"), "d41d  a file\n");
     EXPECT_EQ(checksumLine("d41d", "-a"), "d41d  -a\n");
+    EXPECT_EQ(checksumLine("d41d", "-"), "d41d  ./-\n");
     EXPECT_EQ(checksumLine("d41d", " *a "), "d41d   *a \n");
 }
 

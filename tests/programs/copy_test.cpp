@@ -77,7 +77,7 @@ TEST_F(CopyProgram, TellsDestinationsApartWhoseNamesBeginAlike) {
     system.disk->addFile("/d/b: 1");
     system.disk->setMostBytes("/d/b: 1", 1);
     EXPECT_EQ(copy(VerificationType::none, {"/d/b", "/d/b: 1"}), ExitStatus::differs);
-    EXPECT_THAT(error(), HasSubstr("qvcopy: /d/b: 1: differs from the source\n"));
+    EXPECT_EQ(error(), "qvcopy: /d/b: 1: differs from the source\n");
 }
 
 TEST_F(CopyProgram, TakesBackADestinationThatWasReadBackRight) {
@@ -100,6 +100,18 @@ TEST_F(CopyProgram, FailsWhenTheSourceCannotBeReadToItsEnd) {
     system.disk->failAlways("read", "/s", {5, "Input/output error"});
     EXPECT_EQ(copy(VerificationType::sha1, {"/d/a"}), ExitStatus::failed);
     EXPECT_EQ(output.str(), "");
+    EXPECT_EQ(error(), "qvcopy: /s: could not be read to its end\n");
+}
+
+TEST_F(CopyProgram, SaysSoBesideADestinationThatFailed) {
+    system.disk->addFile("/s", Bytes(300'000, 'x'));
+    system.disk->addFile("/d/a");
+    system.disk->setMostBytes("/d/a", 1);
+    system.disk->onRead([this](const Path&, Bytes&) {
+        system.disk->failAlways("read", "/s", {5, "Input/output error"});
+    });
+    EXPECT_EQ(copy(VerificationType::none, {"/d/a"}), ExitStatus::failed);
+    EXPECT_THAT(system.consoleLog->messages(), ElementsAre("Error writing file /d/a: 1"));
     EXPECT_EQ(error(), "qvcopy: /s: could not be read to its end\n");
 }
 

@@ -72,6 +72,10 @@ TEST_F(CopyPlaces, NeedASourceThatCanBeRead) {
     EXPECT_EQ(refusal("/s/name", {"/d/a"}), "/s/name: Permission denied");
 }
 
+TEST_F(CopyPlaces, NeedASourceThatIsNoFolderByItsName) {
+    EXPECT_EQ(refusal("/s/name/", {"/d/a"}), "/s/name/: Not a directory");
+}
+
 TEST_F(CopyPlaces, AreNeverTheSource) {
     system.disk->addLink("/d/link", "/s/name");
     system.disk->addLink("/d/folder", "/s");
@@ -91,6 +95,9 @@ TEST_F(CopyPlaces, AreDifferentFiles) {
     EXPECT_EQ(refusal("/s/name", {"/d", "/d/name"}), "/d/name: is the same file as /d/name");
     EXPECT_EQ(refusal("/s/name", {"/x/new", "/x/../x/./new"}),
               "/x/../x/./new: is the same file as /x/new");
+    system.disk->addLink("/d/dangling", "new");
+    EXPECT_EQ(refusal("/s/name", {"/e/new", "/d/dangling"}),
+              "/d/dangling: is the same file as /e/new");
     EXPECT_EQ(refusal("/s/name", {"/x/new", "/y/new", "/d/new"}), "");
 }
 
