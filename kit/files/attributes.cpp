@@ -105,9 +105,9 @@ MaybeText QVFileManager::metadataValueForKey(const MaybeText& key, const MaybePa
 
 bool QVFileManager::setMetadataValue(const MaybeText& value, const MaybeText& key,
                                      const MaybePath& item) {
-    const std::string text = value.value_or(std::string());
+    if (!value) return false; // there may be an older value, which nobody asked to empty
     const auto written = platform::services().extendedAttributes->set(
-        item.value_or(Path()), key.value_or(std::string()), text.substr(0, text.find('\0')));
+        item.value_or(Path()), key.value_or(std::string()), value->substr(0, value->find('\0')));
     if (written) return true;
     logToConsole("Error setting extended attribute for file %@ - %i", item, -1);
     return false;

@@ -33,7 +33,7 @@ public:
     void close() { files_->close(handle_); }
 
 private:
-    bool seekTo(std::uint64_t offset, std::size_t size);
+    void seekTo(std::uint64_t offset, std::size_t size);
 
     platform::FileManager* files_;
     Path path_;

@@ -1,7 +1,7 @@
 #include "kit/files/digest_pipeline.h"
 
+#include <exception>
 #include <new>
-#include <system_error>
 #include <utility>
 
 namespace quorvane {
@@ -68,7 +68,7 @@ void DigestPipeline::startThread() {
     try {
         thread_ = std::thread([this] { run(); });
         fed_ = 0;
-    } catch (const std::system_error&) { // the caller's thread goes on alone
+    } catch (const std::exception&) { // no thread or no memory: the caller's goes on alone
     }
 }
 

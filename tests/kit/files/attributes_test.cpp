@@ -123,6 +123,13 @@ TEST_F(Attributes, MetadataIsWrittenUpToItsTerminator) {
     EXPECT_EQ(QVFileManager::metadataValueForKey("k", "/a"), "ab");
 }
 
+TEST_F(Attributes, NoMetadataLeavesWhatIsThere) {
+    system.disk->addFile("/a");
+    QVFileManager::setMetadataValue("x", "k", "/a");
+    EXPECT_FALSE(QVFileManager::setMetadataValue(std::nullopt, "k", "/a"));
+    EXPECT_EQ(QVFileManager::metadataValueForKey("k", "/a"), "x");
+}
+
 TEST_F(Attributes, MetadataThatCannotBeWrittenIsToldToTheConsole) {
     EXPECT_FALSE(QVFileManager::setMetadataValue("x", "k", "/missing"));
     EXPECT_THAT(console(), ElementsAre("Error setting extended attribute for file /missing - -1"));
