@@ -18,22 +18,24 @@ namespace {
 constexpr std::size_t kMaxDesktopEntry = std::size_t{1} << 20U;
 constexpr std::size_t kMaxFileName = 255;
 
+bool isControl(char letter) { return letter == '\x7F' || (letter >= '\0' && letter < ' '); }
+
 /// The entry's file name; EINVAL for an identifier that cannot be part of one.
 Result<std::string> entryName(const std::string& identifier) {
-    const auto isOutOfPlace = [](char letter) {
-        return letter == '/' || letter == '\x7F' || (letter >= '\0' && letter < ' ');
-    };
     std::string name = identifier + ".desktop";
     if (name.starts_with('.') || name.size() > kMaxFileName || !isUtf8(name) ||
-        std::ranges::any_of(name, isOutOfPlace))
+        name.find('/') != std::string::npos || std::ranges::any_of(name, isControl))
         return systemError(EINVAL);
     return name;
 }
 
-std::string entryFor(const BundleInfo& info, const Path& bundle) {
+/// EINVAL for controls that entries cannot hold: there is a way to write line breaks and tabs only.
+Result<std::string> entryFor(const BundleInfo& info, const Path& bundle) {
     std::string entry = "[Desktop Entry]\nType=Application\nVersion=1.0\n";
+    bool isSound = true;
     const auto add = [&](std::string_view key, const std::string& value) {
         entry.append(key).append("=").append(value).append("\n");
+        isSound = isSound && std::ranges::none_of(value, isControl);
     };
     add("Name", entryString(info.name));
     // Menus leave out an application whose program is gone.
@@ -42,6 +44,7 @@ std::string entryFor(const BundleInfo& info, const Path& bundle) {
     if (info.icon) add("Icon", entryString(*info.icon));
     if (info.isHidden) add("NoDisplay", "true");
     add(kBundleKey, entryString(bundle));
+    if (!isSound) return systemError(EINVAL);
     return entry;
 }
 
@@ -57,6 +60,8 @@ Result<void> registerBundle(const Path& bundle, const Path& desktopEntries, Forc
     if (!info) return info.error();
     const Result<std::string> name = entryName(info.value().identifier);
     if (!name) return name.error();
+    const Result<std::string> entry = entryFor(info.value(), place.value());
+    if (!entry) return entry.error();
 
     const Path file = desktopEntries + "/" + name.value();
     const auto old = readSmallFile(file, kMaxDesktopEntry);
@@ -67,7 +72,7 @@ Result<void> registerBundle(const Path& bundle, const Path& desktopEntries, Forc
         if (forceUpdate == ForceUpdate::no && known == place.value()) return {};
     }
     if (!makeFolders(desktopEntries)) return systemError();
-    return replaceContent(file, entryFor(info.value(), place.value()));
+    return replaceContent(file, entry.value());
 }
 
 MaybePath registeredBundle(const Path& desktopEntries, const std::string& identifier,

@@ -17,9 +17,10 @@ inline constexpr std::string_view kBundleKey = "X-Quorvane-Bundle";
 
 /// Writes `<identifier>.desktop` for an application bundle into a folder of desktop entries, which
 /// is made if missing, in one step and never through a link. EINVAL for what is no bundle with a
-/// sound `Contents/Info.plist` and an identifier that can name a file, EILSEQ for a path that is
-/// not UTF-8, as entries are; EEXIST where an entry of that name is not of our making: it is the
-/// user's. An entry that is hidden from menus is found all the same. Any thread.
+/// sound `Contents/Info.plist` and an identifier that can name a file, and for other controls in
+/// its texts than entries can hold, EILSEQ for a path that is not UTF-8, as entries are; EEXIST
+/// where an entry of that name is not of our making: it is the user's. An entry that is hidden from
+/// menus is found all the same. Any thread.
 Result<void> registerBundle(const Path& bundle, const Path& desktopEntries, ForceUpdate forceUpdate,
                             PropertyLists& propertyLists);
 

@@ -205,6 +205,8 @@ TEST_F(ApplicationRegistry, WhatIsNoSoundBundleIsRefused) {
     for (const char* executable : {"../../../bin/sh", "..", "a/b"})
         EXPECT_EQ(enter(add("D.app", {{"CFBundleExecutable", executable}})), EINVAL);
     EXPECT_EQ(enter(add("\xFF.app")), EILSEQ);
+    EXPECT_EQ(enter(add("bell\a.app")), EINVAL);
+    EXPECT_EQ(enter(add("E.app", {{"CFBundleExecutable", "delete\x7F"}})), EINVAL);
     EXPECT_FALSE(fs::exists(entries));
 }
 
