@@ -11,7 +11,7 @@
 namespace quorvane::bench {
 namespace {
 
-constexpr std::size_t kSize = std::size_t{1} << 30U;
+constexpr std::size_t kSize = std::size_t{1} << 31U;
 
 std::string content() {
     std::string bytes(kSize, '\0');
