@@ -24,11 +24,11 @@ Started move(const Command& command, const Place& source, const Place& destinati
     return startedChild(startStaged(command, source, destination, output));
 }
 
-Started copy(const Command& command, const Place& source, const Place& destination, int output) {
-    if (isSuperusersOwn(destination.folder.get()))
-        return startedChild(
-            startTool(command.tool, command.options, {&source, &destination}, output));
-    return startedChild(startStaged(command, source, destination, output));
+/// Whether a protected folder at the operand would be gone, or be something else, afterwards.
+bool wouldReplace(const Command& command, std::uint32_t operand) {
+    const bool isDestination = operand == 1;
+    return command.job == Job::remove || command.job == Job::move ||
+           (command.job == Job::copy && isDestination);
 }
 
 } // namespace
@@ -36,16 +36,17 @@ Started copy(const Command& command, const Place& source, const Place& destinati
 Started start(const Command& command, const ProtectedFolders& protectedFolders, int output) {
     std::array<Place, 2> places;
     const auto makeMissing = command.job == Job::makeFolder ? MakeMissing::yes : MakeMissing::no;
-    const bool isGuarded = command.job == Job::remove || command.job == Job::move;
     for (std::uint32_t index = 0; index < command.operandCount; ++index) {
         Place& place = places.at(index);
         place = openPlace(command.operands.at(index), makeMissing);
         if (place.error != 0) return {place.error, 0, {}};
-        if (isGuarded && protectedFolders.contains(command.operands.at(index), place))
+        if (wouldReplace(command, index) &&
+            protectedFolders.contains(command.operands.at(index), place))
             return {EPERM, 0, {}};
     }
     if (command.job == Job::move) return move(command, places[0], places[1], output);
-    if (command.job == Job::copy) return copy(command, places[0], places[1], output);
+    if (command.job == Job::copy)
+        return startedChild(startStaged(command, places[0], places[1], output));
     return startedChild(startTool(command.tool, command.options, {places.data()}, output));
 }
 

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -21,6 +22,8 @@ namespace {
 
 using quorvane::platform::linux_::ignore;
 
+constexpr rlim_t kDescriptors = 1024;
+
 /// The user who authenticated, as pkexec tells.
 std::optional<uid_t> userOf(const char* text) {
     uid_t user = 0;
@@ -29,6 +32,18 @@ std::optional<uid_t> userOf(const char* text) {
     const auto [rest, error] = std::from_chars(text, end, user);
     if (error != std::errc() || rest != end) return std::nullopt;
     return user;
+}
+
+/// The system's own, so that no limit of the caller's ends a tool half-way.
+void setLimits() {
+    for (const auto resource : {RLIMIT_AS, RLIMIT_CPU, RLIMIT_DATA, RLIMIT_FSIZE}) {
+        const rlimit none{RLIM_INFINITY, RLIM_INFINITY};
+        ::setrlimit(resource, &none);
+    }
+    const rlimit descriptors{kDescriptors, kDescriptors};
+    ::setrlimit(RLIMIT_NOFILE, &descriptors);
+    const rlimit noCore{0, 0};
+    ::setrlimit(RLIMIT_CORE, &noCore);
 }
 
 /// Leaves nothing of what the caller could have set.
@@ -43,6 +58,7 @@ bool shedSurroundings(uid_t user) {
     } while (opened >= 0 && opened <= STDERR_FILENO);
     ::close(opened);
     ::umask(S_IWGRP | S_IWOTH);
+    setLimits();
     for (int number = 1; number < NSIG; ++number) ignore(std::signal(number, SIG_DFL));
     ignore(std::signal(SIGPIPE, SIG_IGN));
     sigset_t none;

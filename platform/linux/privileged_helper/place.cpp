@@ -40,6 +40,10 @@ Descriptor openBelow(int folder, const char* name) {
 Place openPlace(const char* operand, MakeMissing makeMissing) {
     Place place;
     place.folder = openBelow(AT_FDCWD, "/");
+    if (!place.folder) {
+        place.error = errno;
+        return place;
+    }
     const char* part = operand + 1;
     while (const char* end = std::strchr(part, '/')) {
         std::array<char, NAME_MAX + 1> name{};

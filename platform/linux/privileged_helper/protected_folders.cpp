@@ -5,6 +5,10 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
+#include <utility>
+
+#include "platform/linux/acting_as.h"
+#include "platform/linux/user_directories.h"
 
 namespace quorvane::platform::linux_::helper {
 namespace {
@@ -61,7 +65,20 @@ bool isSame(const char* folder, std::string_view operand, const struct stat* ite
 ProtectedFolders::ProtectedFolders(uid_t user) {
     // Single-threaded, like the whole program. NOLINTNEXTLINE(concurrency-mt-unsafe)
     const passwd* account = ::getpwuid(user);
-    if (account != nullptr && account->pw_dir[0] == '/') home_ = account->pw_dir;
+    if (account == nullptr || account->pw_dir[0] != '/') return;
+    home_ = account->pw_dir;
+    const ActingAs owner(FileRights{account->pw_uid, account->pw_gid, {}}); // it may lead anywhere
+    if (!owner) return;
+    for (auto& [name, folder] : userDirectories(home_ + "/.config", home_))
+        chosen_.push_back(std::move(folder));
+}
+
+/// Who takes such a folder away takes the home with it.
+bool ProtectedFolders::isAboveHome(const char* operand, const struct stat* item) const {
+    for (std::size_t end = home_.rfind('/'); end != std::string::npos && end > 0;
+         end = home_.rfind('/', end - 1))
+        if (isSame(home_.substr(0, end).c_str(), operand, item)) return true;
+    return false;
 }
 
 bool ProtectedFolders::contains(const char* operand, const Place& place) const {
@@ -73,7 +90,9 @@ bool ProtectedFolders::contains(const char* operand, const Place& place) const {
     const auto isBelow = [&](const std::string& root) {
         return [&, root](const char* folder) { return isOperand(root + folder); };
     };
-    return isOperand("/") || std::any_of(kOfTheSystem.begin(), kOfTheSystem.end(), isBelow("")) ||
+    return isOperand("/") || isAboveHome(operand, item) ||
+           std::any_of(chosen_.begin(), chosen_.end(), isOperand) ||
+           std::any_of(kOfTheSystem.begin(), kOfTheSystem.end(), isBelow("")) ||
            std::any_of(kStandard.begin(), kStandard.end(), isBelow("")) ||
            (!home_.empty() && (std::any_of(kStandard.begin(), kStandard.end(), isBelow(home_)) ||
                                std::any_of(kOfTheUser.begin(), kOfTheUser.end(), isBelow(home_))));

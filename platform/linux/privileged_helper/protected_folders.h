@@ -4,6 +4,7 @@
 #include <sys/types.h>
 
 #include <string>
+#include <vector>
 
 #include "platform/linux/privileged_helper/place.h"
 
@@ -13,14 +14,19 @@ namespace quorvane::platform::linux_::helper {
 /// client asks the kit's guard before; this holds against a client that does not.
 class ProtectedFolders {
 public:
-    /// The user's home is the user database's. A user without one has no folders of their own.
+    /// The user's home is the user database's, their other folders are those of the desktop's
+    /// settings there. A user without a home has no folders of their own.
     explicit ProtectedFolders(uid_t user);
 
-    /// Whether an operand is one of them, by its path or as the same folder mounted elsewhere.
+    /// Whether an operand is one of them or holds the user's home, by its path or as the same
+    /// folder mounted elsewhere.
     bool contains(const char* operand, const Place& place) const;
 
 private:
+    bool isAboveHome(const char* operand, const struct stat* item) const;
+
     std::string home_;
+    std::vector<std::string> chosen_; ///< with the desktop's settings
 };
 
 } // namespace quorvane::platform::linux_::helper

@@ -4,18 +4,31 @@
 #include <sys/random.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+#include "platform/linux/directory.h"
+#include "platform/linux/file_copying.h"
+#include "platform/linux/file_removal.h"
 
 namespace quorvane::platform::linux_::helper {
 namespace {
 
 constexpr mode_t kSuperuserOnly = 0700;
 constexpr mode_t kOthersWrite = S_IWGRP | S_IWOTH;
+constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 struct Staging {
     std::array<char, 32> name{};
     Descriptor folder;
 };
+
+/// Opens a folder in a folder for reading; null with errno set for anything else there.
+Descriptor openFolder(int folder, const char* name) {
+    return Descriptor(retryInterrupted([&] { return ::openat(folder, name, kFolderFlags); }));
+}
 
 /// Makes the folder and holds it open. Its owner could have swapped it between the two.
 Staging makeStaging(int beside) {
@@ -40,45 +53,73 @@ void removeStaging(const Staging& staging, int beside) {
     ignore(::unlinkat(beside, staging.name.data(), AT_REMOVEDIR));
 }
 
-int run(const char* tool, const std::array<const char*, 2>& options,
-        std::initializer_list<const Place*> operands, int output) {
-    const pid_t child = startTool(tool, options, operands, output);
-    return child == -1 ? 1 : waitForTool(child, -1).value;
-}
-
-/// Copies, renames, and removes what has been moved; answers the exit status of what failed, or 0.
-/// Whatever ends this half-way, the source is whole until the destination is.
-int copyAndRename(const Command& command, const Place& source, const Place& destination,
-                  Staging& staging, int output) {
-    const bool isMove = command.job == Job::move;
-    const Place staged{0, std::move(staging.folder), destination.name};
-    int status = run("/bin/cp", command.options, {&source, &staged}, output);
-    // Part of a tree may serve those who asked for a copy; a move brings the whole or nothing.
-    const bool arrived =
-        (status == 0 || !isMove) && ::renameat(staged.folder.get(), staged.name,
-                                               destination.folder.get(), destination.name) == 0;
-    if (!arrived) {
-        ignore(run("/bin/rm", {"-Rf"}, {&staged}, output));
-        if (status == 0) status = 1;
-    } else if (isMove) {
-        status = run("/bin/rm", {"-Rf"}, {&source}, output);
-    }
-    removeStaging(staging, destination.folder.get());
-    return status;
-}
-
-} // namespace
-
+/// Whether only the superuser can change what stands in an open folder.
 bool isSuperusersOwn(int folder) {
     struct stat status {};
     return ::fstat(folder, &status) == 0 && status.st_uid == 0 &&
            (status.st_mode & kOthersWrite) == 0;
 }
 
+/// The same of all folders below.
+bool isSuperusersOwnTree(int folder) {
+    const auto entries = isSuperusersOwn(folder)
+                             ? readEntries(folder)
+                             : Result<std::vector<DirectoryEntry>>(systemError(EPERM));
+    if (!entries) return false;
+    return std::ranges::all_of(entries.value(), [folder](const DirectoryEntry& entry) {
+        const Descriptor below = openFolder(folder, entry.name.c_str());
+        return below ? isSuperusersOwnTree(below.get()) : errno == ENOTDIR || errno == ELOOP;
+    });
+}
+
+/// Whether nobody can put anything in the way of a tool that works in a folder by its path.
+bool mayBeMergedInto(const Place& place) {
+    if (!isSuperusersOwn(place.folder.get())) return false;
+    const Descriptor folder = openFolder(place.folder.get(), place.name);
+    return folder && isSuperusersOwnTree(folder.get());
+}
+
+ItemPlace itemAt(const Place& place) { return {duplicate(place.folder), place.name}; }
+
+int merge(const Command& command, const Place& staged, const Place& destination, int output) {
+    const pid_t child = startTool(command.tool, command.options, {&staged, &destination}, output);
+    const int status = child == -1 ? EXIT_FAILURE : waitForTool(child, -1).value;
+    ignore(removeTree(itemAt(staged)));
+    return status;
+}
+
+/// Gives what is staged its place.
+int settle(const Command& command, const Place& staged, const Place& destination, bool merges,
+           int output) {
+    if (merges) return merge(command, staged, destination, output);
+    if (::renameat(staged.folder.get(), staged.name, destination.folder.get(), destination.name) ==
+        0)
+        return EXIT_SUCCESS;
+    ignore(removeTree(itemAt(staged)));
+    return EXIT_FAILURE;
+}
+
+/// Copies, settles, and removes what has been moved; answers an exit status as tools do. Whatever
+/// ends this half-way, the source is whole until the destination is.
+int carryOut(const Command& command, const Place& source, const Place& destination,
+             Staging& staging, bool merges, int output) {
+    const bool isMove = command.job == Job::move;
+    const Place staged{0, std::move(staging.folder), destination.name};
+    const auto copied = copyTree(itemAt(source), itemAt(staged),
+                                 isMove ? CopyOf::itemToBeRemoved : CopyOf::itemThatStays);
+    int status = copied ? settle(command, staged, destination, merges, output) : EXIT_FAILURE;
+    if (isMove && status == EXIT_SUCCESS && !removeTree(itemAt(source))) status = EXIT_FAILURE;
+    removeStaging(staging, destination.folder.get());
+    return status;
+}
+
+} // namespace
+
 pid_t startStaged(const Command& command, const Place& source, const Place& destination,
                   int output) {
     struct stat status {};
-    if (destination.status(status) && S_ISDIR(status.st_mode)) {
+    const bool merges = destination.status(status) && S_ISDIR(status.st_mode);
+    if (merges && (command.job == Job::move || !mayBeMergedInto(destination))) {
         errno = EISDIR;
         return -1;
     }
@@ -92,7 +133,7 @@ pid_t startStaged(const Command& command, const Place& source, const Place& dest
     }
     if (child != 0) return child;
     ::close(STDIN_FILENO); // the client's socket is its parent's business
-    ::_exit(copyAndRename(command, source, destination, staging, output));
+    ::_exit(carryOut(command, source, destination, staging, merges, output));
 }
 
 } // namespace quorvane::platform::linux_::helper

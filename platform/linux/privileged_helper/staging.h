@@ -1,19 +1,18 @@
-// Copying into folders that belong to others.
+// Copying from and into folders that belong to others.
 #pragma once
 
 #include "platform/linux/privileged_helper/tool.h"
 
 namespace quorvane::platform::linux_::helper {
 
-/// Whether only the superuser can change what stands in the folder.
-bool isSuperusersOwn(int folder);
-
-/// Starts a copy, or a move from volume to volume. A tool writes a tree by its path; the owner of
-/// the folder could put a link into that path meanwhile and so have the tree written anywhere. It
-/// therefore writes into a folder of the superuser's own beside the destination, and what has
-/// arrived there is renamed to the destination at the end. What is moved goes only then. Answers
-/// the process that sees to it, or -1 with errno set: EISDIR where a folder is at the destination
-/// already.
+/// Starts a copy, or a move from volume to volume. A tool reads and writes a tree by its path;
+/// owners of folders on that path could put links into it meanwhile, and so have other files read,
+/// or the tree written elsewhere. The tree is therefore walked by descriptor and never through a
+/// link, and copied into a folder of the superuser's own beside the destination; what has arrived
+/// there whole is renamed to the destination. What is moved goes only then. A copy onto a folder is
+/// merged into it by a tool, where only the superuser can change anything in it. Answers the
+/// process that sees to it, or -1 with errno set: EISDIR where another folder is at the
+/// destination.
 pid_t startStaged(const Command& command, const Place& source, const Place& destination,
                   int output);
 

@@ -180,5 +180,48 @@ TEST(Attack, TheOwnerOfTheDestinationCannotDivertACopy) {
     EXPECT_TRUE(fs::is_empty(victim));
 }
 
+/// What the owner of a tree does while it is copied: puts links to a victim in the place of its
+/// folders, over and over.
+void divertReading(const Path& folder, const Path& link, const std::atomic<bool>& done) {
+    while (!done)
+        ignore(::renameat2(AT_FDCWD, folder.c_str(), AT_FDCWD, link.c_str(), RENAME_EXCHANGE));
+}
+
+TEST(Attack, TheOwnerOfTheSourceCannotHaveOtherFilesCopied) {
+    QV_NEEDS_SUPERUSER();
+    const ScratchFolder scratch;
+    for (int number = 0; number < 100; ++number) {
+        scratch.addFile("source/a/" + std::to_string(number), "own");
+        scratch.addFile("secret/" + std::to_string(number), "secret");
+    }
+    ASSERT_EQ(::chmod((scratch / "secret").c_str(), 0700), 0);
+    ASSERT_EQ(::chmod(scratch.path().c_str(), 0755), 0);
+    fs::create_directory_symlink(scratch / "secret", scratch / "source/link");
+    const Path copies = scratch.addFolder("copies");
+    ASSERT_EQ(::chown((scratch / "source").c_str(), testing::kOrdinaryUser, testing::kOrdinaryUser),
+              0);
+    HelperProcess helper;
+    std::atomic<bool> done{false};
+    std::thread owner([&] {
+        // Of this thread alone.
+        ASSERT_EQ(::syscall(SYS_setresuid, testing::kOrdinaryUser, testing::kOrdinaryUser,
+                            testing::kOrdinaryUser),
+                  0);
+        divertReading(scratch / "source/a", scratch / "source/link", done);
+    });
+    for (int number = 0; number < 60; ++number)
+        helper.run({"/bin/cp", "-f", "-p", "-R", scratch / "source",
+                    copies + "/" + std::to_string(number)});
+    done = true;
+    owner.join();
+    int files = 0;
+    for (const auto& entry : fs::recursive_directory_iterator(copies)) {
+        if (!entry.is_regular_file() || entry.is_symlink()) continue;
+        ++files;
+        ASSERT_EQ(quorvane::testing::contentOf(entry.path()), "own");
+    }
+    EXPECT_GT(files, 0) << "nothing was ever copied";
+}
+
 } // namespace
 } // namespace quorvane::platform::linux_::helper

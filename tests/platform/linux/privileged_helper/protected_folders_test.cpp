@@ -1,5 +1,7 @@
 #include "platform/linux/privileged_helper/protected_folders.h"
 
+#include "platform/linux/privileged_helper/jobs.h"
+
 #include <gtest/gtest.h>
 #include <pwd.h>
 #include <sys/mount.h>
@@ -58,6 +60,47 @@ TEST(ProtectedFolders, AreKnownWhereTheyAreMountedAgain) {
         EXPECT_TRUE(isProtected(elsewhere));
     });
     EXPECT_FALSE(isProtected(elsewhere));
+}
+
+TEST(ProtectedFolders, AreThoseThatTheUserChoseAndThoseAboveTheHome) {
+    QV_NEEDS_SUPERUSER();
+    const ScratchFolder scratch;
+    const Path home = scratch.addFolder("homes/anna");
+    scratch.addFile("homes/anna/.config/user-dirs.dirs",
+                    "XDG_DESKTOP_DIR=\"$HOME/Schreibtisch\"\n");
+    scratch.addFolder("homes/anna/Schreibtisch");
+    const std::string number = std::to_string(::geteuid());
+    const Path accounts = scratch.addFile("passwd", "anna:x:" + number + ":0::" + home + ":/\n");
+    testing::inPrivateMounts([&] {
+        ASSERT_EQ(::mount(accounts.c_str(), "/etc/passwd", nullptr, MS_BIND, nullptr), 0);
+        EXPECT_TRUE(isProtected(home + "/Schreibtisch"));
+        EXPECT_TRUE(isProtected(home));
+        EXPECT_TRUE(isProtected(scratch / "homes"));
+        EXPECT_TRUE(isProtected(scratch.path()));
+        EXPECT_FALSE(isProtected(home + "/Schreibtisch/item"));
+        EXPECT_FALSE(isProtected(scratch / "homes/ann"));
+    });
+}
+
+TEST(ProtectedFolders, AreNotReplacedByCopies) {
+    QV_NEEDS_SUPERUSER();
+    const ScratchFolder scratch;
+    const Path file = scratch.addFile("file");
+    const Path home = scratch.addFolder("home");
+    std::filesystem::create_directory_symlink(scratch.path(), home + "/Documents");
+    const std::string number = std::to_string(::geteuid());
+    const Path accounts = scratch.addFile("passwd", "anna:x:" + number + ":0::" + home + ":/\n");
+    testing::inPrivateMounts([&] {
+        ASSERT_EQ(::mount(accounts.c_str(), "/etc/passwd", nullptr, MS_BIND, nullptr), 0);
+        const std::string documents = home + "/Documents";
+        const Command command{.job = Job::copy,
+                              .tool = "/bin/cp",
+                              .options = {"-fpRT", "--remove-destination"},
+                              .operandCount = 2,
+                              .operands = {file.c_str(), documents.c_str()}};
+        EXPECT_EQ(start(command, ProtectedFolders(::geteuid()), -1).error, EPERM);
+        EXPECT_TRUE(std::filesystem::is_symlink(documents));
+    });
 }
 
 } // namespace

@@ -66,7 +66,24 @@ TEST(Staging, LeavesAFolderAtTheDestinationAlone) {
     EXPECT_TRUE(fs::exists(folder + "/copy/old"));
 }
 
-TEST(Staging, CopiesStraightIntoTheSuperusersOwnFolders) {
+TEST(Staging, LeavesAFolderAloneThatOthersCanChange) {
+    QV_NEEDS_SUPERUSER();
+    const ScratchFolder scratch;
+    scratch.addFile("source/deep/new");
+    const Path copy = scratch.addFolder("root's/copy");
+    const Path inner = usersFolder(scratch, "root's/copy/deep");
+    HelperProcess helper;
+    const auto refusal = [&] {
+        return helper.refusal({"/bin/cp", "-f", "-p", "-R", scratch / "source", copy});
+    };
+    EXPECT_EQ(refusal(), EISDIR);
+    ASSERT_EQ(::chown(inner.c_str(), 0, 0), 0);
+    ASSERT_EQ(::chmod(inner.c_str(), 0775), 0);
+    EXPECT_EQ(refusal(), EISDIR);
+    EXPECT_TRUE(fs::is_empty(inner));
+}
+
+TEST(Staging, MergesIntoTheSuperusersOwnFolders) {
     QV_NEEDS_SUPERUSER();
     const ScratchFolder scratch;
     scratch.addFile("source/new", "new");
@@ -74,6 +91,7 @@ TEST(Staging, CopiesStraightIntoTheSuperusersOwnFolders) {
     HelperProcess helper;
     EXPECT_EQ(
         helper.run({"/bin/cp", "-f", "-p", "-R", scratch / "source", scratch / "root's/copy"}), 0);
+    EXPECT_EQ(std::distance(fs::directory_iterator(scratch / "root's"), {}), 1);
     EXPECT_EQ(contentOf(scratch / "root's/copy/new"), "new");
     EXPECT_EQ(contentOf(scratch / "root's/copy/old"), "old");
 }
