@@ -135,7 +135,7 @@ public:
     static bool isSymbolicLinkAtPath(const MaybePath& path);
     /// `isVolumeMountedForPath:`, `isDriveMountedForPath:`: false for a path below a folder of
     /// "/Volumes" that is not there. The two differ in the prefix by which they know such paths:
-    /// "/Volumes", which "/VolumesX" has too, and "/Volumes/".
+    /// "/Volumes", which "/VolumesX" has too, and "/Volumes/". True for null, which has neither.
     static bool isVolumeMountedForPath(const MaybePath& path);
     static bool isDriveMountedForPath(const MaybePath& path);
     /// `volumeMountPointForPath:`: the first mounted local volume that holds the path, which need

@@ -40,6 +40,7 @@ void QVFileManager::waitForFileCreation(const MaybePath& file, std::chrono::seco
 }
 
 void QVFileManager::waitForFileWrites(const MaybePath& file, const MaybePath& lockFile) {
+    if (!file) return;
     auto modified = modificationDateForFile(file);
     if (!(modified && isRecent(*modified)) && !fileExistsAtPath(lockFile)) return;
     QVLog::appendLog("File %@ is currently being written to. Waiting...", file);

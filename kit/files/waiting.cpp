@@ -24,12 +24,12 @@ bool waitUntil(const std::function<bool()>& condition, std::chrono::seconds time
     platform::Queues& queues = *platform::services().queues;
     const double start = queues.uptime();
     const auto limit = static_cast<double>(timeout.count());
-    if (condition()) return true;
-    while (queues.uptime() - start < limit) {
+    bool holds = condition();
+    while (!holds && queues.uptime() - start < limit) {
         letTimePass();
-        if (condition()) break;
+        holds = condition();
     }
-    return condition();
+    return condition(); // whatever it was: what holds now
 }
 
 } // namespace quorvane

@@ -162,9 +162,9 @@ public:
     /// `asyncTaskReturnData:`: delivers a chunk, and after an empty one ends the run. Dropped
     /// silently: chunks without a delegate, a selector, or an operation that answers to it.
     void asyncTaskReturnData(const TaskNotification& notification);
-    /// `terminateAsyncTask`, `terminateTask`: ends the run and asks its tool to end. Any thread,
-    /// the delegate included, and any number of times. A call of the delegate that is under way
-    /// goes on; there is none after it.
+    /// `terminateAsyncTask`, `terminateTask`: ends the run and asks its tool to end, or that of a
+    /// timed run. Any thread, the delegate included, and any number of times. A call of the
+    /// delegate that has begun, or is just beginning, goes on; there is none after it.
     void terminateAsyncTask();
     void terminateTask() { terminateAsyncTask(); }
 

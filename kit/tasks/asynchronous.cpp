@@ -132,7 +132,10 @@ void QVTaskEx::terminateAsyncTask() {
         std::swap(receiver, receiver_);
         run.swap(asyncRun_);
     }
+    const auto shown = theTask_.process();
     if (run) run->end();
+    // A timed run of the same instance: its watchdog finds nothing any more.
+    if (shown && !(run && shown == run->process) && shown->isRunning()) shown->terminate();
     theTask_.clear();
 }
 

@@ -52,6 +52,8 @@ TEST_F(FileWrites, QuietFilesAreNotWaitedFor) {
     QVFileManager::waitForFileWrites("/file", "/missing");
     QVFileManager::waitForFileWrites("/missing");
     QVFileManager::waitForFileWrites(std::nullopt);
+    system.disk->addFile("/lock");
+    QVFileManager::waitForFileWrites(std::nullopt, "/lock");
     EXPECT_THAT(log.messages(), IsEmpty());
     EXPECT_THAT(pauses(), IsEmpty());
 }

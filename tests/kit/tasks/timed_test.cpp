@@ -51,6 +51,21 @@ TEST_F(TimedTask, StartsItsWatchdogForTheWholeSeconds) {
     EXPECT_THAT(log.messages(), IsEmpty());
 }
 
+TEST_F(TimedTask, IsEndedEarlyToo) {
+    installTool({.output = {"before"}, .runsUntilTerminated = true});
+    const auto task = QVTaskEx::make();
+    std::optional<Bytes> data;
+    std::thread worker([&] { data = task->dataFromTaskOnInstance(kTool, {}, 2s); });
+    while (!system.processes->lastLaunched()) std::this_thread::yield();
+    task->terminateTask();
+    worker.join();
+    EXPECT_EQ(data, "before");
+    EXPECT_EQ(ended().size(), 1U);
+    system.queues->runRecorded();
+    EXPECT_EQ(ended().size(), 1U);
+    EXPECT_THAT(log.messages(), IsEmpty());
+}
+
 TEST_F(TimedTask, WatchdogEndsAToolThatStillRuns) {
     installTool({.output = {"before"}, .runsUntilTerminated = true});
     const auto task = QVTaskEx::make();
