@@ -28,9 +28,18 @@ bool areOnOneDevice(int folder, const Path& other) {
     return ::stat(other.c_str(), &status) == 0 && isOnDevice(folder, status.st_dev);
 }
 
-bool isFolder(const Path& path) {
+std::optional<struct stat> statusOf(const Path& path) {
     struct stat status {};
-    return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    if (::lstat(path.c_str(), &status) == -1) return std::nullopt;
+    return status;
+}
+
+// An item that was moved or copied to another's place differs from it at least in the time of its
+// last change, even if it has got the same number.
+bool isSameItem(const struct stat& one, const struct stat& other) {
+    return one.st_dev == other.st_dev && one.st_ino == other.st_ino &&
+           one.st_ctim.tv_sec == other.st_ctim.tv_sec &&
+           one.st_ctim.tv_nsec == other.st_ctim.tv_nsec;
 }
 
 std::pair<Path, std::string> split(const Path& path) {
@@ -82,24 +91,30 @@ Result<void> Trash::recycle(const Path& folder, const std::vector<std::string>& 
     return {};
 }
 
-Path Trash::announce(const Path& item, const Path& destination) {
+TrashAnnouncement Trash::announce(const Path& item, const Path& destination) {
     const auto [folder, name] = split(destination);
     const auto home = homeTrashWithFilesAt(folder);
-    if (!home) return destination;
+    if (!home) return {destination, {}};
     const auto files = home->filesPath();
-    if (!files) return destination;
-    Path place = files.value() + "/" + name;
-    // A folder is never replaced: what is there keeps its info. The item is moved all the same
-    // where there can be none: it shows in the Trash folder then, if not in the desktop's list.
-    if (!isFolder(place)) (void)home->record(item, name);
-    return place;
+    if (!files) return {destination, {}};
+    TrashAnnouncement announced{files.value() + "/" + name, {}};
+    const auto status = statusOf(announced.destination);
+    // A folder is never replaced: what is there keeps its info.
+    if (status && S_ISDIR(status->st_mode)) return announced;
+    if (status) announced.older = {*status, home->infoOf(name)};
+    // The item is moved all the same where there can be no info: it shows in the Trash folder then,
+    // if not in the desktop's list.
+    (void)home->record(item, name);
+    return announced;
 }
 
-void Trash::withdraw(const Path& destination) {
+void Trash::withdraw(const TrashAnnouncement& announced) {
+    const auto& [destination, older] = announced;
+    const auto status = statusOf(destination);
+    if (status && !(older && isSameItem(older->status, *status))) return; // it has come
     const auto [folder, name] = split(destination);
-    struct stat status {};
-    if (::lstat(destination.c_str(), &status) == 0) return;
-    if (const auto home = homeTrashWithFilesAt(folder)) home->withdraw(name);
+    if (const auto home = homeTrashWithFilesAt(folder))
+        home->restore(name, status ? older->info : Bytes());
 }
 
 // The home Trash if its files are what the path leads to.

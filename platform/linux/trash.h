@@ -1,6 +1,8 @@
 // The user's Trash after the freedesktop.org Trash specification.
 #pragma once
 
+#include <sys/stat.h>
+
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -17,6 +19,18 @@ class UserIdentity;
 
 namespace quorvane::platform::linux_ {
 
+/// An item that a tool is about to move.
+struct TrashAnnouncement {
+    /// What is in the item's way in the Trash, and gives way only if the move succeeds.
+    struct Older {
+        struct stat status;
+        Bytes info; ///< empty where it has none
+    };
+
+    Path destination; ///< the path to move it to
+    std::optional<Older> older;
+};
+
 /// The superuser works in the Trash of the console user; without one every operation fails with
 /// ENOENT. Any thread.
 class Trash {
@@ -32,9 +46,10 @@ public:
     /// the item's info, so that the desktop can put it back, and answers the path to move it to,
     /// which has no links. Any other destination, and one in a `~/.Trash` that is a folder of its
     /// own, is answered as it is.
-    Path announce(const Path& item, const Path& destination);
-    /// Takes an announced item's info back if nothing came to the path that `announce` answered.
-    void withdraw(const Path& destination);
+    TrashAnnouncement announce(const Path& item, const Path& destination);
+    /// Takes an announced item's info back if the item did not come to its destination. What stands
+    /// there still gets its own back.
+    void withdraw(const TrashAnnouncement& announced);
 
 private:
     using Folder = std::shared_ptr<const TrashFolder>;

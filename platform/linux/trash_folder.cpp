@@ -10,6 +10,7 @@
 #include <ctime>
 
 #include "platform/linux/open_folders.h"
+#include "platform/linux/small_file.h"
 #include "platform/linux/trash_hand_over.h"
 #include "platform/linux/trash_info.h"
 
@@ -17,6 +18,8 @@ namespace quorvane::platform::linux_ {
 namespace {
 
 constexpr mode_t kInfoMode = 0600;
+/// Several times what the longest path takes, percent-encoded.
+constexpr std::size_t kLongestInfo = 64UL * 1024;
 
 // Names are tried in order at first, then at random in a growing range: free ones are found at once
 // even where thousands of items of one name lie in the Trash.
@@ -142,6 +145,20 @@ Result<void> TrashFolder::record(const Path& item, const std::string& name) cons
     if (!isNameOfItem(name)) return systemError(EINVAL);
     withdraw(name);
     return writeInfo(name, trashInfo(item, std::time(nullptr)));
+}
+
+Bytes TrashFolder::infoOf(const std::string& name) const {
+    const ActingAs user(rights_);
+    const auto folder = pathOf(info_.get());
+    if (!user || !folder) return {};
+    auto info =
+        readSmallFile(folder.value() + "/" + name + std::string(kTrashInfoSuffix), kLongestInfo);
+    return info ? std::move(info.value()) : Bytes();
+}
+
+void TrashFolder::restore(const std::string& name, const Bytes& info) const {
+    withdraw(name);
+    if (!info.empty()) ignore(writeInfo(name, info));
 }
 
 bool TrashFolder::move(const TrashItem& item, const std::string& name) const {

@@ -48,8 +48,10 @@ public:
     /// Writes the info of an item that another program is about to put into the files folder under
     /// this name, in the place of an older one.
     Result<void> record(const Path& item, const std::string& name) const;
-    /// Takes back the info of an item that did not come.
-    void withdraw(const std::string& name) const;
+    /// The info that stands under this name; empty where there is none that can be read.
+    Bytes infoOf(const std::string& name) const;
+    /// Takes back the info of an item that did not come; what `infoOf` answered before is put back.
+    void restore(const std::string& name, const Bytes& info) const;
 
 private:
     TrashFolder(Descriptor info, Descriptor files)
@@ -57,6 +59,7 @@ private:
     static Result<TrashFolder> open(int parent, const char* name, const TrashOwner& owner);
 
     Result<void> writeInfo(const std::string& name, const std::string& content) const;
+    void withdraw(const std::string& name) const;
     bool move(const TrashItem& item, const std::string& name) const;
     void handOver(int item, const std::string& name) const;
     std::string recordedPath(const TrashItem& item) const;

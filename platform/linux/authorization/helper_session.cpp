@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "platform/linux/authorization/link_free_path.h"
-#include "platform/linux/trash.h"
 
 namespace quorvane::platform::linux_ {
 namespace {
@@ -45,7 +44,7 @@ PrivilegedExecution HelperSession::run(const Path& tool, const Arguments& argume
     Arguments asked = arguments;
     for (std::string& argument : asked)
         if (isOperand(argument)) argument = plainPath(argument);
-    const MaybePath trashed = announce(tool, asked);
+    const MaybeTrashed trashed = announce(tool, asked);
     for (std::string& argument : asked)
         if (isOperand(argument)) argument = linkFreePath(argument);
 
@@ -98,13 +97,14 @@ Result<ReceivedAnswer> HelperSession::receiveAnswer(std::uint32_t id) {
 
 /// Writes an item that is about to be moved into the Trash down there, with the destination that
 /// has no links in the arguments.
-MaybePath HelperSession::announce(const Path& tool, Arguments& arguments) {
+HelperSession::MaybeTrashed HelperSession::announce(const Path& tool, Arguments& arguments) {
     if (tool != "/bin/mv" || arguments.size() != 3 || arguments[0] != "-f") return std::nullopt;
-    arguments[2] = trash_->announce(arguments[1], arguments[2]);
-    return arguments[2];
+    auto announced = trash_->announce(arguments[1], arguments[2]);
+    arguments[2] = announced.destination;
+    return announced;
 }
 
-void HelperSession::withdraw(const MaybePath& trashed) {
+void HelperSession::withdraw(const MaybeTrashed& trashed) {
     if (trashed) trash_->withdraw(*trashed);
 }
 

@@ -13,10 +13,9 @@
 #include "platform/linux/authorization/socket_child.h"
 #include "platform/linux/authorization/tool_output.h"
 #include "platform/linux/posix.h"
+#include "platform/linux/trash.h"
 
 namespace quorvane::platform::linux_ {
-
-class Trash;
 
 /// How long the helper may take to answer a request. It answers within milliseconds unless a disk
 /// hangs.
@@ -47,16 +46,18 @@ public:
     PrivilegedExecution run(const Path& tool, const Arguments& arguments);
 
 private:
+    using MaybeTrashed = std::optional<TrashAnnouncement>;
+
     /// A tool that may still run.
     struct Run {
         std::shared_ptr<ToolOutput> output;
-        MaybePath trashed; ///< where a moved item may come to lie in the Trash
+        MaybeTrashed trashed; ///< an item that may come to lie in the Trash
     };
 
     Result<ReceivedAnswer> ask(const Path& tool, const Arguments& arguments);
     Result<ReceivedAnswer> receiveAnswer(std::uint32_t id);
-    MaybePath announce(const Path& tool, Arguments& arguments);
-    void withdraw(const MaybePath& trashed);
+    MaybeTrashed announce(const Path& tool, Arguments& arguments);
+    void withdraw(const MaybeTrashed& trashed);
     bool settle(const Run& run);
     void settleAll();
 

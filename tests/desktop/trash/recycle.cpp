@@ -16,7 +16,7 @@ int main(int argc, char** argv) {
     const std::vector<std::string> arguments(argv + 1, argv + argc);
     const auto identity = std::make_shared<LinuxUserIdentity>();
     if (arguments.size() == 3 && arguments[0] == "--announce") {
-        std::puts(Trash(identity).announce(arguments[1], arguments[2]).c_str());
+        std::puts(Trash(identity).announce(arguments[1], arguments[2]).destination.c_str());
         return 0;
     }
     if (arguments.empty()) return 2;

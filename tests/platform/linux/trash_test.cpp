@@ -286,8 +286,8 @@ TEST_F(TrashTest, AnAnnouncedItemGetsItsInfo) {
     scratch.addFile("source/a b", "x");
     const Path expected = fs::canonical(scratch.path()).string() +
                           "/home/.local/share/Trash/files/a b_20260101000000.";
-    EXPECT_EQ(trash.announce(source + "/a b", *identity->home + "/.Trash/a b_20260101000000."),
-              expected);
+    const Path destination = *identity->home + "/.Trash/a b_20260101000000.";
+    EXPECT_EQ(trash.announce(source + "/a b", destination).destination, expected);
     EXPECT_EQ(pathLine(infos + "/a b_20260101000000..trashinfo"), "Path=" + source + "/a%20b");
     EXPECT_TRUE(exists(source + "/a b"));
 }
@@ -301,29 +301,69 @@ TEST_F(TrashTest, AnAnnouncedItemReplacesAnOlderInfo) {
 TEST_F(TrashTest, AnAnnouncedItemLeavesTheInfoOfAFolderThatCannotBeReplaced) {
     scratch.addFolder("home/.local/share/Trash/files/a");
     scratch.addFile("home/.local/share/Trash/info/a.trashinfo", "the folder's");
-    (void)trash.announce(source + "/a", *identity->home + "/.Trash/a");
+    trash.withdraw(trash.announce(source + "/a", *identity->home + "/.Trash/a"));
     EXPECT_EQ(contentOf(infos + "/a.trashinfo"), "the folder's");
 }
 
 TEST_F(TrashTest, OtherDestinationsAreAnsweredAsTheyAre) {
-    EXPECT_EQ(trash.announce(source + "/a", scratch / "b"), scratch / "b");
-    EXPECT_EQ(trash.announce(source + "/a", "relative"), "relative");
+    EXPECT_EQ(trash.announce(source + "/a", scratch / "b").destination, scratch / "b");
+    EXPECT_EQ(trash.announce(source + "/a", "relative").destination, "relative");
     scratch.addFolder("other/.Trash");
     identity->home = scratch / "other";
-    EXPECT_EQ(trash.announce(source + "/a", scratch / "other/.Trash/a"),
+    EXPECT_EQ(trash.announce(source + "/a", scratch / "other/.Trash/a").destination,
               scratch / "other/.Trash/a");
     EXPECT_THAT(entries(scratch / "other/.local/share/Trash/info"), IsEmpty());
 }
 
 TEST_F(TrashTest, AnItemThatDidNotComeIsWithdrawn) {
     const Path home = *identity->home;
-    const Path missing = trash.announce(source + "/a", home + "/.Trash/a");
-    const Path come = trash.announce(source + "/b", home + "/.Trash/b");
+    const auto missing = trash.announce(source + "/a", home + "/.Trash/a");
+    const auto come = trash.announce(source + "/b", home + "/.Trash/b");
     scratch.addFile("home/.Trash/b");
     trash.withdraw(missing);
     trash.withdraw(come);
-    trash.withdraw(scratch / "c");
+    trash.withdraw({scratch / "c", {}});
     EXPECT_THAT(entries(infos), ElementsAre("b.trashinfo"));
+}
+
+TEST_F(TrashTest, AnItemThatIsNotReplacedGetsItsInfoBack) {
+    scratch.addFolder("home/.local/share/Trash/files");
+    scratch.addFile("home/.local/share/Trash/info/a.trashinfo", "the link's\nown\n");
+    fs::create_symlink("nowhere", files + "/a");
+    const auto announced = trash.announce(source + "/a", *identity->home + "/.Trash/a");
+    EXPECT_EQ(pathLine(infos + "/a.trashinfo"), "Path=" + source + "/a");
+    trash.withdraw(announced);
+    EXPECT_EQ(contentOf(infos + "/a.trashinfo"), "the link's\nown\n");
+    EXPECT_EQ(modeOf(infos + "/a.trashinfo"), 0600U);
+}
+
+TEST_F(TrashTest, AnItemWithoutInfoThatIsNotReplacedGetsNone) {
+    const Path trashed = *identity->home + "/.Trash/a";
+    scratch.addFile("home/.local/share/Trash/files/a", "older");
+    trash.withdraw(trash.announce(source + "/a", trashed));
+    EXPECT_THAT(entries(infos), IsEmpty());
+    ASSERT_EQ(::mkfifo((infos + "/a.trashinfo").c_str(), 0600), 0); // none that could be read
+    trash.withdraw(trash.announce(source + "/a", trashed));
+    EXPECT_THAT(entries(infos), IsEmpty());
+}
+
+TEST_F(TrashTest, AnItemThatReplacesAnotherKeepsItsInfo) {
+    scratch.addFile("source/a", "newer");
+    scratch.addFile("home/.local/share/Trash/files/a", "older");
+    scratch.addFile("home/.local/share/Trash/info/a.trashinfo", "the older one's");
+    const auto announced = trash.announce(source + "/a", *identity->home + "/.Trash/a");
+    fs::rename(source + "/a", announced.destination);
+    trash.withdraw(announced);
+    EXPECT_EQ(pathLine(infos + "/a.trashinfo"), "Path=" + source + "/a");
+}
+
+TEST_F(TrashTest, AnItemThatIsLostOnTheWayLeavesNoInfo) {
+    scratch.addFile("home/.local/share/Trash/files/a", "older");
+    scratch.addFile("home/.local/share/Trash/info/a.trashinfo", "the older one's");
+    const auto announced = trash.announce(source + "/a", *identity->home + "/.Trash/a");
+    fs::remove(files + "/a");
+    trash.withdraw(announced);
+    EXPECT_THAT(entries(infos), IsEmpty());
 }
 
 } // namespace

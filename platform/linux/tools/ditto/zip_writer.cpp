@@ -74,7 +74,8 @@ void ZipWriter::addFile(const std::string& name, const struct stat& status, int 
         const std::size_t wanted = std::min<std::uint64_t>(left, buffer_.size());
         const ssize_t size = retryInterrupted([&] { return ::read(file, buffer_.data(), wanted); });
         if (size < 0) throw Failure(name, systemError());
-        if (size == 0) return; // somebody has cut the file short meanwhile
+        // The entry has told the size already; nobody could unpack one with less.
+        if (size == 0) throw Failure(name, "ended before its stated size");
         if (archive_write_data(writer_.get(), buffer_.data(), static_cast<std::size_t>(size)) < 0)
             check(ARCHIVE_FATAL);
         left -= static_cast<std::uint64_t>(size);

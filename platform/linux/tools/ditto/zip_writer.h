@@ -21,7 +21,8 @@ public:
     /// The name has no slash in front; that of a folder is marked in the archive by its status.
     void addFolder(const std::string& name, const struct stat& status);
     void addLink(const std::string& name, const struct stat& status, const std::string& target);
-    /// What is read from the file, up to the length that the status tells.
+    /// What is read from the file, up to the length that the status tells; a file that ends before
+    /// is a failure.
     void addFile(const std::string& name, const struct stat& status, int file);
     /// Writes the archive's directory.
     void finish();

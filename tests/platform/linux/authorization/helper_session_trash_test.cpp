@@ -9,6 +9,7 @@ namespace quorvane::platform::linux_ {
 namespace {
 
 using namespace std::chrono_literals;
+using testing::contentOf;
 using ::testing::ElementsAre;
 using testing::FakeHelper;
 using ::testing::IsEmpty;
@@ -20,8 +21,8 @@ class HelperSessionTrashTest : public testing::TrashFixture {
 protected:
     HelperSessionTrashTest() {
         scratch.addFile("source/a b");
-        trash.announce(source + "/x", files + "/x"); // the Trash stands from now on
-        trash.withdraw(files + "/x");
+        // The Trash stands from now on.
+        trash.withdraw(trash.announce(source + "/x", files + "/x"));
     }
 
     void startSession(std::function<void(const FakeHelper::Request&)> handle,
@@ -106,6 +107,26 @@ TEST_F(HelperSessionTrashTest, KeepsWhatALongRunningToolHasMoved) {
     pipe.writing.reset();
     session_.reset();
     EXPECT_THAT(entries(infos), ElementsAre("a b.trashinfo"));
+}
+
+TEST_F(HelperSessionTrashTest, KeepsTheOlderInfoOfWhatAnEndedToolDidNotReplace) {
+    scratch.addFile("home/.local/share/Trash/info/a b.trashinfo", "the older one's");
+    std::filesystem::create_symlink("nowhere", files + "/a b");
+    startSession(
+        [&](const FakeHelper::Request& request) { helper_.answer(request.id, Kind::ended, 1); });
+    EXPECT_EQ(moveToTrash().status, kAuthorizationSuccess);
+    EXPECT_EQ(contentOf(infos + "/a b.trashinfo"), "the older one's");
+}
+
+TEST_F(HelperSessionTrashTest, WritesAnItemDownThatReplacesAnother) {
+    scratch.addFile("home/.local/share/Trash/files/a b", "older");
+    scratch.addFile("home/.local/share/Trash/info/a b.trashinfo", "the older one's");
+    startSession([&](const FakeHelper::Request& request) {
+        move(request);
+        helper_.answer(request.id, Kind::ended);
+    });
+    EXPECT_EQ(moveToTrash().status, kAuthorizationSuccess);
+    EXPECT_EQ(pathLine(infos + "/a b.trashinfo"), "Path=" + source + "/a%20b");
 }
 
 TEST_F(HelperSessionTrashTest, KeepsWhatMayComeYet) {

@@ -152,8 +152,8 @@ TEST_F(RealHelperTest, FollowsTheSuperusersLinks) {
 }
 
 TEST_F(RealHelperTest, PutsItemsIntoTheTrashSoThatTheyCanBePutBack) {
-    trash.announce(source + "/x", files + "/x"); // the Trash stands from now on
-    trash.withdraw(files + "/x");
+    // The Trash stands from now on.
+    trash.withdraw(trash.announce(source + "/x", files + "/x"));
     scratch.addFile("source/Notes.app/Contents/file", "content");
     EXPECT_EQ(run("/bin/mv", {"-f", source + "/Notes.app", scratch / "home/.Trash/Notes.app"}), "");
     EXPECT_EQ(contentOf(files + "/Notes.app/Contents/file"), "content");
@@ -161,6 +161,17 @@ TEST_F(RealHelperTest, PutsItemsIntoTheTrashSoThatTheyCanBePutBack) {
 
     run("/bin/mv", {"-f", source + "/missing", scratch / "home/.Trash/missing"});
     EXPECT_THAT(entries(infos), ElementsAre("Notes.app.trashinfo"));
+}
+
+TEST_F(RealHelperTest, LeavesTheRecordOfAnItemInTheTrashThatAFolderCannotReplace) {
+    // The Trash stands from now on.
+    trash.withdraw(trash.announce(source + "/x", files + "/x"));
+    disk::create_symlink("nowhere", files + "/Notes.app");
+    scratch.addFile("home/.local/share/Trash/info/Notes.app.trashinfo", "the link's");
+    scratch.addFile("source/Notes.app/Contents/file", "content");
+    run("/bin/mv", {"-f", source + "/Notes.app", scratch / "home/.Trash/Notes.app"});
+    EXPECT_TRUE(exists(source + "/Notes.app"));
+    EXPECT_EQ(contentOf(infos + "/Notes.app.trashinfo"), "the link's");
 }
 
 TEST_F(RealHelperTest, IsSilentAboutToolsThatFail) {

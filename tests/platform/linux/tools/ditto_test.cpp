@@ -319,6 +319,29 @@ TEST_F(DittoTool, LeavesNothingBehindWhenItIsInterrupted) {
               "1 b'ditto: interrupted\\n' ['source']\n");
 }
 
+TEST_F(DittoTool, MakesNoArchiveOfAFileThatIsCutShortMeanwhile) {
+    folder_.addFile("source/file", "x");
+    fs::resize_file(folder_ / "source/file", 20'000'000'000); // a hole, long to compress
+    // Once there is content in the archive, it tells the size that the file had.
+    EXPECT_EQ(
+        runPython("import glob, os, subprocess, sys, time\n"
+                  "tool = subprocess.Popen(sys.argv[2:], stderr=subprocess.PIPE)\n"
+                  "def started():\n"
+                  "    return any(map(os.path.getsize, glob.glob(sys.argv[1] + '/.archive-*')))\n"
+                  "while not started(): time.sleep(0.01)\n"
+                  "os.truncate(sys.argv[1] + '/source/file', 1)\n"
+                  "print(tool.wait(), tool.stderr.read(), os.listdir(sys.argv[1]))",
+                  {folder_.path(), QV_DITTO, "-ck", folder_ / "source", archive_}),
+        "1 b'ditto: file: ended before its stated size\\n' ['source']\n");
+}
+
+TEST_F(DittoTool, MakesNoArchiveOfAFileWithLessThanItsSize) {
+    const ToolRun created = run({"-ck", "/sys/devices/system/cpu/online", archive_});
+    EXPECT_EQ(created.status, 1);
+    EXPECT_EQ(created.error, "ditto: online: ended before its stated size\n");
+    EXPECT_THAT(namesIn(folder_.path()), IsEmpty());
+}
+
 TEST_F(DittoTool, ExplainsItself) {
     const ToolRun help = run({"--help"});
     EXPECT_EQ(help.status, 0);
