@@ -40,10 +40,10 @@ mode_t modeFor(const struct stat& status, bool keepsOwner) {
 
 /// Gives an open file or folder what its source has beside its content. The owner stays the
 /// process's user where that may not give items away.
-Result<void> keepAttributes(int source, int copy, const struct stat& status, mode_t atLeast = 0) {
+Result<void> keepAttributes(int source, int copy, const struct stat& status) {
     const bool keepsOwner = fchown(copy, status.st_uid, status.st_gid) == 0;
     if (auto copied = copyExtendedAttributes(source, copy); !copied) return copied;
-    if (fchmod(copy, modeFor(status, keepsOwner) | atLeast) != 0) return systemError();
+    if (fchmod(copy, modeFor(status, keepsOwner)) != 0) return systemError();
     if (futimens(copy, timesOf(status).data()) != 0) return systemError();
     return {};
 }
@@ -70,14 +70,8 @@ public:
 private:
     /// A folder on the way down; the first one holds the item itself.
     struct Level {
-        std::string name;
         struct stat status;
         std::vector<DirectoryEntry> pending;
-    };
-    /// A folder that its owner may not change, or not even look into, in the end.
-    struct ClosedFolder {
-        std::string path;
-        mode_t mode;
     };
 
     Result<void> copyEntry(const std::string& name, const std::string& as);
@@ -86,13 +80,11 @@ private:
     Result<void> copyNode(const char* as, const struct stat& status);
     Result<void> enter(const std::string& name, const std::string& as, const struct stat& status);
     Result<void> leave();
-    Result<void> closeFolders();
 
     const CopyOf what_;
     FolderTrail sources_;
     FolderTrail copies_;
     std::vector<Level> levels_;
-    std::vector<ClosedFolder> closedFolders_;
 };
 
 Result<void> TreeCopy::copy(ItemPlace source, Descriptor folder, const std::string& name) {
@@ -114,7 +106,7 @@ Result<void> TreeCopy::copy(ItemPlace source, Descriptor folder, const std::stri
             done = copyEntry(next, next);
         }
     }
-    return done ? closeFolders() : done;
+    return done;
 }
 
 Result<void> TreeCopy::copyEntry(const std::string& name, const std::string& as) {
@@ -179,39 +171,22 @@ Result<void> TreeCopy::enter(const std::string& name, const std::string& as,
     if (!to) return to.error();
     sources_.enter(std::move(source), from.value());
     copies_.enter(std::move(copy), to.value());
-    levels_.push_back({as, status, std::move(entries.value())});
+    levels_.push_back({status, std::move(entries.value())});
     return {};
 }
 
-/// Completes a folder and goes up. Its owner may change it until all is copied: a copy that fails
-/// must be removable.
+/// Goes up from a folder and completes it. Only now that all below it is copied does it go to its
+/// owner, and may it be one that its owner cannot look into: the way up leads through it.
 Result<void> TreeCopy::leave() {
     const Descriptor source = openAt(sources_.folder(), ".", kFolderFlags);
     if (!source) return systemError();
     const Descriptor copy = openAt(copies_.folder(), ".", kFolderFlags);
     if (!copy) return systemError();
-    const struct stat& status = levels_.back().status;
-    if (auto kept = keepAttributes(source.get(), copy.get(), status, S_IRWXU); !kept) return kept;
-    if ((status.st_mode & S_IRWXU) != S_IRWXU) {
-        std::string path = ".";
-        for (std::size_t level = 1; level < levels_.size(); ++level)
-            path += "/" + levels_[level].name;
-        const mode_t missing = S_IRWXU & ~status.st_mode;
-        struct stat kept {};
-        if (fstat(copy.get(), &kept) != 0) return systemError();
-        closedFolders_.push_back({std::move(path), kept.st_mode & kPermissionBits & ~missing});
-    }
+    const struct stat status = levels_.back().status;
     levels_.pop_back();
     if (auto left = sources_.leave(); !left) return left;
-    return copies_.leave();
-}
-
-/// Inner folders stand before those that hold them.
-Result<void> TreeCopy::closeFolders() {
-    for (const ClosedFolder& folder : closedFolders_)
-        if (fchmodat(copies_.folder(), folder.path.c_str(), folder.mode, 0) != 0)
-            return systemError();
-    return {};
+    if (auto left = copies_.leave(); !left) return left;
+    return keepAttributes(source.get(), copy.get(), status);
 }
 
 /// Whether a folder is the source, or lies below it.
@@ -261,7 +236,7 @@ Result<void> copyTree(const ItemPlace& source, const ItemPlace& destination, Cop
     if (!from.folder || !unfinished.folder || !into) return systemError();
     Result<void> done = TreeCopy(what).copy(std::move(from), std::move(into), unfinished.name);
     if (done) done = renameItem(unfinished, destination);
-    if (!done) (void)removeTree(unfinished);
+    if (!done) ignore(removeUnfinished(unfinished));
     return done;
 }
 

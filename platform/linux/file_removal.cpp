@@ -1,5 +1,6 @@
 #include "platform/linux/file_removal.h"
 
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -14,8 +15,12 @@
 namespace quorvane::platform::linux_ {
 namespace {
 
+enum class Folders { asTheyAre, madeAccessible };
+
 class TreeRemoval {
 public:
+    explicit TreeRemoval(Folders folders) : folders_(folders) {}
+
     Result<void> remove(ItemPlace place, bool isDirectory);
 
 private:
@@ -28,9 +33,11 @@ private:
 
     Result<void> removeEntry(const DirectoryEntry& entry);
     Result<void> enter(const std::string& name);
+    void makeAccessible(const std::string& name);
     Result<void> removeUnopened(const std::string& name, int openError);
     Result<void> leave();
 
+    const Folders folders_;
     FolderTrail trail_;
     std::vector<Level> levels_;
 };
@@ -65,6 +72,7 @@ Result<void> TreeRemoval::removeEntry(const DirectoryEntry& entry) {
 }
 
 Result<void> TreeRemoval::enter(const std::string& name) {
+    if (folders_ == Folders::madeAccessible) makeAccessible(name);
     Descriptor folder(retryInterrupted([&] {
         return openat(trail_.folder(), name.c_str(),
                       O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
@@ -79,6 +87,16 @@ Result<void> TreeRemoval::enter(const std::string& name) {
     trail_.enter(std::move(folder), identity.value());
     levels_.push_back({name, std::move(entries.value())});
     return {};
+}
+
+/// Lets the owner of a folder delete what it holds. By descriptor, so that nothing else gets the
+/// mode; a failure shows when the folder is opened or emptied.
+void TreeRemoval::makeAccessible(const std::string& name) {
+    const Descriptor pinned(retryInterrupted([&] {
+        return openat(trail_.folder(), name.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    }));
+    const std::string reopened = "/proc/self/fd/" + std::to_string(pinned.get());
+    if (pinned) ignore(chmod(reopened.c_str(), S_IRWXU));
 }
 
 /// What could not be opened as a folder is none any more, or is one that the process may not read,
@@ -101,6 +119,15 @@ Result<void> TreeRemoval::leave() {
     return systemError();
 }
 
+Result<void> remove(const ItemPlace& place, Folders folders) {
+    struct stat status {};
+    if (fstatat(place.folder.get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+        return systemError();
+    Descriptor folder = duplicate(place.folder);
+    if (!folder) return systemError();
+    return TreeRemoval(folders).remove({std::move(folder), place.name}, S_ISDIR(status.st_mode));
+}
+
 } // namespace
 
 Result<void> removeTree(const Path& path) {
@@ -108,13 +135,10 @@ Result<void> removeTree(const Path& path) {
     return place ? removeTree(place.value()) : place.error();
 }
 
-Result<void> removeTree(const ItemPlace& place) {
-    struct stat status {};
-    if (fstatat(place.folder.get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
-        return systemError();
-    Descriptor folder = duplicate(place.folder);
-    if (!folder) return systemError();
-    return TreeRemoval().remove({std::move(folder), place.name}, S_ISDIR(status.st_mode));
+Result<void> removeTree(const ItemPlace& place) { return remove(place, Folders::asTheyAre); }
+
+Result<void> removeUnfinished(const ItemPlace& place) {
+    return remove(place, geteuid() == 0 ? Folders::asTheyAre : Folders::madeAccessible);
 }
 
 Result<void> checkRemovable(int folder, const char* name) {

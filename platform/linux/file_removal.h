@@ -13,6 +13,9 @@ namespace quorvane::platform::linux_ {
 Result<void> removeTree(const Path& path);
 Result<void> removeTree(const ItemPlace& place);
 
+/// The same for what the process made itself, whatever the modes of its folders are by now.
+Result<void> removeUnfinished(const ItemPlace& place);
+
 /// What keeps the process from deleting an item, as far as the item itself and its folder tell.
 Result<void> checkRemovable(int folder, const char* name);
 

@@ -19,6 +19,7 @@ namespace quorvane::testing {
 namespace {
 
 namespace fs = std::filesystem;
+using platform::linux_::Descriptor;
 using ::testing::IsEmpty;
 
 constexpr std::size_t kMiB = 1024UL * 1024;
@@ -123,6 +124,20 @@ TEST_F(FileCopying, CopiesTenThousandLevelsWithFewDescriptors) {
         const FewDescriptors few(128);
         EXPECT_TRUE(copy("deep", "copy").ok());
     }
+    EXPECT_TRUE(files_->removeItem(scratch_ / "deep").ok());
+    EXPECT_TRUE(files_->removeItem(scratch_ / "copy").ok());
+}
+
+TEST_F(FileCopying, CopiesAReadOnlyFolderDeeperThanAPathCanName) {
+    addChain(scratch_.addFolder("deep"), 3'000, ChainHolds::folders);
+    {
+        const Descriptor leaf = openDeepest(scratch_ / "deep", 3'000);
+        ASSERT_EQ(fchmod(leaf.get(), 0555), 0);
+    }
+    EXPECT_TRUE(copy("deep", "copy").ok());
+    struct stat leaf {};
+    EXPECT_EQ(fstat(openDeepest(scratch_ / "copy", 3'000).get(), &leaf), 0);
+    EXPECT_EQ(leaf.st_mode & 07777U, 0555U);
     EXPECT_TRUE(files_->removeItem(scratch_ / "deep").ok());
     EXPECT_TRUE(files_->removeItem(scratch_ / "copy").ok());
 }
