@@ -128,6 +128,13 @@ Result<void> remove(const ItemPlace& place, Folders folders) {
     return TreeRemoval(folders).remove({std::move(folder), place.name}, S_ISDIR(status.st_mode));
 }
 
+/// By their volumes where the kernel does not tell the mounts.
+bool areOnOneMount(const struct statx& one, const struct statx& other) {
+    if ((one.stx_mask & other.stx_mask & STATX_MNT_ID) != 0)
+        return one.stx_mnt_id == other.stx_mnt_id;
+    return one.stx_dev_major == other.stx_dev_major && one.stx_dev_minor == other.stx_dev_minor;
+}
+
 } // namespace
 
 Result<void> removeTree(const Path& path) {
@@ -143,16 +150,17 @@ Result<void> removeUnfinished(const ItemPlace& place) {
 
 Result<void> checkRemovable(int folder, const char* name) {
     if (faccessat(folder, ".", W_OK | X_OK, AT_EACCESS) != 0) return systemError();
-    struct stat above {};
-    if (fstat(folder, &above) != 0) return systemError();
+    constexpr unsigned kFields = STATX_BASIC_STATS | STATX_MNT_ID;
+    struct statx above {};
+    if (statx(folder, "", AT_EMPTY_PATH, kFields, &above) != 0) return systemError();
     struct statx item {};
-    if (statx(folder, name, AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &item) != 0)
-        return systemError();
+    if (statx(folder, name, AT_SYMLINK_NOFOLLOW, kFields, &item) != 0) return systemError();
+    if (!areOnOneMount(above, item)) return systemError(EBUSY);
     if ((item.stx_attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0)
         return systemError(EPERM);
     const uid_t user = geteuid();
-    const bool mayRemove = user == 0 || user == above.st_uid || user == item.stx_uid;
-    if ((above.st_mode & S_ISVTX) != 0 && !mayRemove) return systemError(EPERM);
+    const bool mayRemove = user == 0 || user == above.stx_uid || user == item.stx_uid;
+    if ((above.stx_mode & S_ISVTX) != 0 && !mayRemove) return systemError(EPERM);
     return {};
 }
 

@@ -16,7 +16,8 @@ Result<void> removeTree(const ItemPlace& place);
 /// The same for what the process made itself, whatever the modes of its folders are by now.
 Result<void> removeUnfinished(const ItemPlace& place);
 
-/// What keeps the process from deleting an item, as far as the item itself and its folder tell.
+/// What keeps the process from deleting an item, as far as the item itself and its folder tell;
+/// EBUSY for what is mounted there.
 Result<void> checkRemovable(int folder, const char* name);
 
 } // namespace quorvane::platform::linux_

@@ -220,6 +220,30 @@ TEST_F(FileCopying, WhatCannotBeDeletedIsNotMovedOntoOtherVolumes) {
     });
 }
 
+TEST_F(FileCopying, WhatIsMountedIsNotMovedOntoOtherVolumes) {
+    QV_NEEDS_SUPERUSER();
+    scratch_.addFile("shown/file", "content");
+    for (const char* tree : {"file", "folder", "disk"})
+        scratch_.addFile(tree + std::string("/below/free"), "content");
+    scratch_.addFile("file/below/mounted");
+    scratch_.addFolder("folder/below/mounted");
+    inPrivateMounts([&] {
+        addVolume("volume");
+        addVolume("disk/below/mounted");
+        bindFolder(scratch_ / "shown", scratch_ / "folder/below/mounted");
+        bindFolder(scratch_ / "shown/file", scratch_ / "file/below/mounted");
+        for (const std::string tree : {"file", "folder", "disk"}) {
+            EXPECT_EQ(move(tree, "volume/moved").error().text, "Device or resource busy") << tree;
+            EXPECT_EQ(move(tree + "/below/mounted", "volume/moved").error().code, EBUSY) << tree;
+            EXPECT_THAT(names("volume"), IsEmpty()) << tree;
+            EXPECT_TRUE(contains(tree + "/below/free")) << tree;
+            EXPECT_TRUE(copy(tree, "volume/" + tree).ok()) << tree;
+            EXPECT_TRUE(files_->removeItem(scratch_ / ("volume/" + tree)).ok()) << tree;
+        }
+        EXPECT_EQ(contentOf(scratch_ / "shown/file"), "content");
+    });
+}
+
 TEST_F(FileCopying, AFailureAmongReadOnlyFoldersLeavesNothing) {
     asOrdinaryUser(scratch_.path(), [&] {
         scratch_.addFile("tree/a/readOnly/file");
