@@ -62,7 +62,7 @@ Result<void> keepAttributesOfNode(int folder, const char* name, const struct sta
 
 class TreeCopy {
 public:
-    explicit TreeCopy(CopyOf what) : what_(what) {}
+    TreeCopy(CopyOf what, CopiedItems* copied) : what_(what), copied_(copied) {}
 
     /// Copies the item at a place into another folder, under a name that is free there.
     Result<void> copy(ItemPlace source, Descriptor folder, const std::string& name);
@@ -78,10 +78,13 @@ private:
     Result<void> copyFile(const char* name, const char* as);
     Result<void> copyLink(const char* name, const char* as, const struct stat& status);
     Result<void> copyNode(const char* as, const struct stat& status);
-    Result<void> enter(const std::string& name, const std::string& as, const struct stat& status);
+    Result<void> enter(const std::string& name, const std::string& as);
     Result<void> leave();
 
+    void note(const struct stat& status);
+
     const CopyOf what_;
+    CopiedItems* const copied_;
     FolderTrail sources_;
     FolderTrail copies_;
     std::vector<Level> levels_;
@@ -116,8 +119,9 @@ Result<void> TreeCopy::copyEntry(const std::string& name, const std::string& as)
     if (what_ == CopyOf::itemToBeRemoved)
         if (auto removable = checkRemovable(sources_.folder(), name.c_str()); !removable)
             return removable;
-    if (S_ISDIR(status.st_mode)) return enter(name, as, status);
+    if (S_ISDIR(status.st_mode)) return enter(name, as);
     if (S_ISREG(status.st_mode)) return copyFile(name.c_str(), as.c_str());
+    note(status);
     if (S_ISLNK(status.st_mode)) return copyLink(name.c_str(), as.c_str(), status);
     return copyNode(as.c_str(), status);
 }
@@ -130,6 +134,7 @@ Result<void> TreeCopy::copyFile(const char* name, const char* as) {
     struct stat status {};
     if (fstat(source.get(), &status) != 0) return systemError();
     if (!S_ISREG(status.st_mode)) return systemError(ESTALE);
+    note(status);
     Descriptor copy =
         openAt(copies_.folder(), as, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                S_IRUSR | S_IWUSR);
@@ -156,10 +161,12 @@ Result<void> TreeCopy::copyNode(const char* as, const struct stat& status) {
     return keepAttributesOfNode(copies_.folder(), as, status);
 }
 
-Result<void> TreeCopy::enter(const std::string& name, const std::string& as,
-                             const struct stat& status) {
+Result<void> TreeCopy::enter(const std::string& name, const std::string& as) {
     Descriptor source = openAt(sources_.folder(), name.c_str(), kFolderFlags);
     if (!source) return systemError();
+    struct stat status {};
+    if (fstat(source.get(), &status) != 0) return systemError();
+    note(status);
     const Result<FolderIdentity> from = identify(source);
     if (!from) return from.error();
     Result<std::vector<DirectoryEntry>> entries = readEntries(source.get());
@@ -187,6 +194,10 @@ Result<void> TreeCopy::leave() {
     if (auto left = sources_.leave(); !left) return left;
     if (auto left = copies_.leave(); !left) return left;
     return keepAttributes(source.get(), copy.get(), status);
+}
+
+void TreeCopy::note(const struct stat& status) {
+    if (copied_ != nullptr) copied_->add(status);
 }
 
 /// Whether a folder is the source, or lies below it.
@@ -218,6 +229,20 @@ Result<void> checkPlaces(const ItemPlace& source, const ItemPlace& destination) 
     return within.value() ? Result<void>(systemError(EINVAL)) : Result<void>();
 }
 
+Result<void> copyNoting(const ItemPlace& source, const ItemPlace& destination, CopyOf what,
+                        CopiedItems* copied) {
+    if (auto checked = checkPlaces(source, destination); !checked) return checked;
+    ItemPlace from{duplicate(source.folder), source.name};
+    ItemPlace unfinished{duplicate(destination.folder), temporaryName()};
+    Descriptor into = duplicate(destination.folder);
+    if (!from.folder || !unfinished.folder || !into) return systemError();
+    Result<void> done =
+        TreeCopy(what, copied).copy(std::move(from), std::move(into), unfinished.name);
+    if (done) done = renameItem(unfinished, destination);
+    if (!done) ignore(removeUnfinished(unfinished));
+    return done;
+}
+
 } // namespace
 
 Result<void> copyTree(const Path& source, const Path& destination) {
@@ -229,15 +254,11 @@ Result<void> copyTree(const Path& source, const Path& destination) {
 }
 
 Result<void> copyTree(const ItemPlace& source, const ItemPlace& destination, CopyOf what) {
-    if (auto checked = checkPlaces(source, destination); !checked) return checked;
-    ItemPlace from{duplicate(source.folder), source.name};
-    ItemPlace unfinished{duplicate(destination.folder), temporaryName()};
-    Descriptor into = duplicate(destination.folder);
-    if (!from.folder || !unfinished.folder || !into) return systemError();
-    Result<void> done = TreeCopy(what).copy(std::move(from), std::move(into), unfinished.name);
-    if (done) done = renameItem(unfinished, destination);
-    if (!done) ignore(removeUnfinished(unfinished));
-    return done;
+    return copyNoting(source, destination, what, nullptr);
+}
+
+Result<void> copyTree(const ItemPlace& source, const ItemPlace& destination, CopiedItems& copied) {
+    return copyNoting(source, destination, CopyOf::itemToBeRemoved, &copied);
 }
 
 } // namespace quorvane::platform::linux_

@@ -17,9 +17,16 @@ namespace {
 
 enum class Folders { asTheyAre, madeAccessible };
 
+std::uint64_t nanoseconds(const timespec& time) {
+    constexpr std::uint64_t kPerSecond = 1'000'000'000;
+    return static_cast<std::uint64_t>(time.tv_sec) * kPerSecond +
+           static_cast<std::uint64_t>(time.tv_nsec);
+}
+
 class TreeRemoval {
 public:
-    explicit TreeRemoval(Folders folders) : folders_(folders) {}
+    explicit TreeRemoval(Folders folders, const CopiedItems* only = nullptr)
+        : folders_(folders), only_(only) {}
 
     Result<void> remove(ItemPlace place, bool isDirectory);
 
@@ -32,12 +39,16 @@ private:
     };
 
     Result<void> removeEntry(const DirectoryEntry& entry);
+    bool mustStay(const std::string& name);
     Result<void> enter(const std::string& name);
     void makeAccessible(const std::string& name);
     Result<void> removeUnopened(const std::string& name, int openError);
     Result<void> leave();
 
     const Folders folders_;
+    /// Everything without these.
+    const CopiedItems* const only_;
+    bool somethingStays_ = false;
     FolderTrail trail_;
     std::vector<Level> levels_;
 };
@@ -49,7 +60,7 @@ Result<void> TreeRemoval::remove(ItemPlace place, bool isDirectory) {
     levels_.push_back({{}, {{place.name, isDirectory}}});
     while (true) {
         std::vector<DirectoryEntry>& pending = levels_.back().pending;
-        if (pending.empty() && levels_.size() == 1) return {};
+        if (pending.empty() && levels_.size() == 1) break;
         Result<void> step;
         if (pending.empty()) {
             step = leave();
@@ -60,15 +71,26 @@ Result<void> TreeRemoval::remove(ItemPlace place, bool isDirectory) {
         }
         if (!step) return step;
     }
+    return somethingStays_ ? Result<void>(systemError(ESTALE)) : Result<void>();
 }
 
 Result<void> TreeRemoval::removeEntry(const DirectoryEntry& entry) {
+    if (mustStay(entry.name)) return {};
     if (!entry.isDirectory) {
         if (unlinkat(trail_.folder(), entry.name.c_str(), 0) == 0) return {};
         if (errno == ENOENT) return {};
         if (errno != EISDIR) return systemError();
     }
     return enter(entry.name);
+}
+
+bool TreeRemoval::mustStay(const std::string& name) {
+    if (only_ == nullptr) return false;
+    struct stat status {};
+    const bool found = fstatat(trail_.folder(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+    if (found && only_->contain(status)) return false;
+    if (found || errno != ENOENT) somethingStays_ = true;
+    return true;
 }
 
 Result<void> TreeRemoval::enter(const std::string& name) {
@@ -116,7 +138,9 @@ Result<void> TreeRemoval::leave() {
     if (auto left = trail_.leave(); !left) return left;
     if (unlinkat(trail_.folder(), emptied.c_str(), AT_REMOVEDIR) == 0) return {};
     if (errno == ENOENT) return {};
-    return systemError();
+    if (only_ == nullptr || (errno != ENOTEMPTY && errno != EEXIST)) return systemError();
+    somethingStays_ = true;
+    return {};
 }
 
 Result<void> remove(const ItemPlace& place, Folders folders) {
@@ -137,6 +161,27 @@ bool areOnOneMount(const struct statx& one, const struct statx& other) {
 
 } // namespace
 
+void CopiedItems::add(const struct stat& status) {
+    versions_.insert(versionOf(status, status.st_nlink > 1 ? Names::several : Names::one));
+}
+
+bool CopiedItems::contain(const struct stat& status) const {
+    return versions_.contains(versionOf(status, Names::one)) ||
+           versions_.contains(versionOf(status, Names::several));
+}
+
+/// Deleting one of several names changes the others' change time, and deleting what a folder holds
+/// both its times: these do not count.
+CopiedItems::Version CopiedItems::versionOf(const struct stat& status, Names names) {
+    const mode_t kind = status.st_mode & S_IFMT;
+    Version version{status.st_dev, status.st_ino, kind, 0, 0, 0};
+    if (kind == S_IFDIR) return version;
+    version.size = static_cast<std::uint64_t>(status.st_size);
+    version.modified = nanoseconds(status.st_mtim);
+    if (names == Names::one) version.changed = nanoseconds(status.st_ctim);
+    return version;
+}
+
 Result<void> removeTree(const Path& path) {
     const Result<ItemPlace> place = openParent(path);
     return place ? removeTree(place.value()) : place.error();
@@ -146,6 +191,12 @@ Result<void> removeTree(const ItemPlace& place) { return remove(place, Folders::
 
 Result<void> removeUnfinished(const ItemPlace& place) {
     return remove(place, geteuid() == 0 ? Folders::asTheyAre : Folders::madeAccessible);
+}
+
+Result<void> removeCopied(const ItemPlace& place, const CopiedItems& copied) {
+    Descriptor folder = duplicate(place.folder);
+    if (!folder) return systemError();
+    return TreeRemoval(Folders::asTheyAre, &copied).remove({std::move(folder), place.name}, false);
 }
 
 Result<void> checkRemovable(int folder, const char* name) {

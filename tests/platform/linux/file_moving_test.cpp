@@ -1,4 +1,5 @@
 // Copying and moving while others change what is copied, or the copy: they act at known moments.
+#include <cerrno>
 #include <filesystem>
 #include <functional>
 #include <utility>
@@ -20,12 +21,18 @@ namespace {
 std::function<void()> beforeNaming;
 /// What happens just before a copied file or folder gets its times.
 std::function<void(int copy)> beforeTimes;
+/// Whether the next renaming meets another volume.
+bool ontoAnotherVolume = false;
 
 } // namespace
 
 // These stand in for the C library's.
 extern "C" int renameat2(int from, const char* name, int to, const char* newName,
                          unsigned flags) noexcept {
+    if (std::exchange(ontoAnotherVolume, false)) {
+        errno = EXDEV;
+        return -1;
+    }
     if (beforeNaming) std::exchange(beforeNaming, nullptr)();
     return static_cast<int>(syscall(SYS_renameat2, from, name, to, newName, flags));
 }
@@ -40,15 +47,27 @@ namespace {
 
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
+using ::testing::UnorderedElementsAre;
 
 class FileMoving : public ::testing::Test {
 protected:
     void TearDown() override {
         beforeNaming = nullptr;
         beforeTimes = nullptr;
+        ontoAnotherVolume = false;
     }
     platform::Result<void> copy() {
         return files_->copyItem(scratch_ / "tree", scratch_ / "to/copy");
+    }
+    /// Moves the tree as onto another volume, and acts when its copy is whole.
+    platform::Result<void> moveWhile(std::function<void()> act) {
+        scratch_.addFolder("to");
+        ontoAnotherVolume = true;
+        beforeNaming = std::move(act);
+        return files_->moveItem(scratch_ / "tree", scratch_ / "to/moved");
+    }
+    bool contains(std::string_view relative) const {
+        return fs::symlink_status(scratch_ / relative).type() != fs::file_type::not_found;
     }
     /// The path of the copy under construction.
     Path unfinished() {
@@ -105,6 +124,92 @@ TEST_F(FileMoving, AFailureAfterTheLastFolderLeavesNothing) {
         for (const char* folder : {"tree", "tree/closed", "tree/closed/inner"})
             fs::permissions(scratch_ / folder, fs::perms::owner_all);
     });
+}
+
+TEST_F(FileMoving, WhatIsAddedMeanwhileStays) {
+    scratch_.addFile("tree/a/file", "content");
+    scratch_.addFile("tree/b/file", "content");
+    const auto moved = moveWhile([&] {
+        scratch_.addFile("tree/a/new", "new");
+        scratch_.addFolder("tree/a/empty");
+        scratch_.addFile("tree/folder/new", "new");
+        fs::create_symlink("new", scratch_ / "tree/link");
+    });
+    EXPECT_EQ(moved.error().text, "Stale file handle");
+    EXPECT_THAT(names("tree"), UnorderedElementsAre("a", "folder", "link"));
+    EXPECT_THAT(names("tree/a"), UnorderedElementsAre("new", "empty"));
+    EXPECT_EQ(contentOf(scratch_ / "tree/folder/new"), "new");
+    EXPECT_EQ(contentOf(scratch_ / "to/moved/a/file"), "content");
+    EXPECT_EQ(contentOf(scratch_ / "to/moved/b/file"), "content");
+    EXPECT_THAT(names("to"), ElementsAre("moved"));
+}
+
+TEST_F(FileMoving, NewVersionsStay) {
+    scratch_.addFile("tree/replaced", "old");
+    scratch_.addFile("tree/written", "old");
+    scratch_.addFile("tree/same", "old");
+    const auto moved = moveWhile([&] {
+        scratch_.addFile("new", "new");
+        fs::rename(scratch_ / "new", scratch_ / "tree/replaced");
+        std::ofstream(scratch_ / "tree/written", std::ios::app) << " and new";
+    });
+    EXPECT_EQ(moved.error().code, ESTALE);
+    EXPECT_THAT(names("tree"), UnorderedElementsAre("replaced", "written"));
+    EXPECT_EQ(contentOf(scratch_ / "tree/replaced"), "new");
+    EXPECT_EQ(contentOf(scratch_ / "tree/written"), "old and new");
+    EXPECT_EQ(contentOf(scratch_ / "to/moved/written"), "old");
+}
+
+TEST_F(FileMoving, WhatTakesTheNameOfTheSourceStays) {
+    scratch_.addFile("tree", "old");
+    const auto replace = [&] {
+        scratch_.addFile("new", "new");
+        fs::rename(scratch_ / "new", scratch_ / "tree");
+    };
+    EXPECT_EQ(moveWhile(replace).error().code, ESTALE);
+    EXPECT_EQ(contentOf(scratch_ / "tree"), "new");
+    EXPECT_EQ(contentOf(scratch_ / "to/moved"), "old");
+}
+
+TEST_F(FileMoving, AFolderThatTakesTheNameOfTheSourceStays) {
+    scratch_.addFile("tree/file", "old");
+    const auto replace = [&] {
+        fs::rename(scratch_ / "tree", scratch_ / "aside");
+        scratch_.addFolder("tree");
+    };
+    EXPECT_EQ(moveWhile(replace).error().code, ESTALE);
+    EXPECT_TRUE(contains("tree"));
+    EXPECT_TRUE(contains("aside/file"));
+}
+
+TEST_F(FileMoving, WhatIsWrittenWhileAFileIsCopiedStays) {
+    scratch_.addFile("tree", "old");
+    scratch_.addFolder("to");
+    ontoAnotherVolume = true;
+    beforeTimes = [&](int) { std::ofstream(scratch_ / "tree", std::ios::app) << " and new"; };
+    EXPECT_EQ(files_->moveItem(scratch_ / "tree", scratch_ / "to/moved").error().code, ESTALE);
+    EXPECT_EQ(contentOf(scratch_ / "tree"), "old and new");
+}
+
+TEST_F(FileMoving, WhatIsDeletedMeanwhileIsMoved) {
+    scratch_.addFile("tree/gone/file", "content");
+    scratch_.addFile("tree/file");
+    EXPECT_TRUE(moveWhile([&] { fs::remove_all(scratch_ / "tree/gone"); }).ok());
+    EXPECT_FALSE(contains("tree"));
+    EXPECT_EQ(contentOf(scratch_ / "to/moved/gone/file"), "content");
+    fs::rename(scratch_ / "to/moved", scratch_ / "tree");
+    EXPECT_TRUE(moveWhile([&] { fs::remove_all(scratch_ / "tree"); }).ok());
+    EXPECT_TRUE(contains("to/moved/gone/file"));
+}
+
+TEST_F(FileMoving, AllNamesOfOneFileAreMoved) {
+    scratch_.addFile("tree/one", "content");
+    fs::create_hard_link(scratch_ / "tree/one", scratch_ / "tree/other");
+    fs::create_hard_link(scratch_ / "tree/one", scratch_ / "outside");
+    EXPECT_TRUE(moveWhile([] {}).ok());
+    EXPECT_FALSE(contains("tree"));
+    EXPECT_THAT(names("to/moved"), UnorderedElementsAre("one", "other"));
+    EXPECT_TRUE(contains("outside"));
 }
 
 } // namespace
