@@ -40,10 +40,10 @@ mode_t modeFor(const struct stat& status, bool keepsOwner) {
 
 /// Gives an open file or folder what its source has beside its content. The owner stays the
 /// process's user where that may not give items away.
-Result<void> keepAttributes(int source, int copy, const struct stat& status, mode_t atLeast = 0) {
+Result<void> keepAttributes(int source, int copy, const struct stat& status) {
     const bool keepsOwner = fchown(copy, status.st_uid, status.st_gid) == 0;
     if (auto copied = copyExtendedAttributes(source, copy); !copied) return copied;
-    if (fchmod(copy, modeFor(status, keepsOwner) | atLeast) != 0) return systemError();
+    if (fchmod(copy, modeFor(status, keepsOwner)) != 0) return systemError();
     if (futimens(copy, timesOf(status).data()) != 0) return systemError();
     return {};
 }
@@ -62,7 +62,7 @@ Result<void> keepAttributesOfNode(int folder, const char* name, const struct sta
 
 class TreeCopy {
 public:
-    explicit TreeCopy(CopyOf what) : what_(what) {}
+    TreeCopy(CopyOf what, CopiedItems* copied) : what_(what), copied_(copied) {}
 
     /// Copies the item at a place into another folder, under a name that is free there.
     Result<void> copy(ItemPlace source, Descriptor folder, const std::string& name);
@@ -70,29 +70,24 @@ public:
 private:
     /// A folder on the way down; the first one holds the item itself.
     struct Level {
-        std::string name;
         struct stat status;
         std::vector<DirectoryEntry> pending;
-    };
-    /// A folder that its owner may not change, or not even look into, in the end.
-    struct ClosedFolder {
-        std::string path;
-        mode_t mode;
     };
 
     Result<void> copyEntry(const std::string& name, const std::string& as);
     Result<void> copyFile(const char* name, const char* as);
     Result<void> copyLink(const char* name, const char* as, const struct stat& status);
     Result<void> copyNode(const char* as, const struct stat& status);
-    Result<void> enter(const std::string& name, const std::string& as, const struct stat& status);
+    Result<void> enter(const std::string& name, const std::string& as);
     Result<void> leave();
-    Result<void> closeFolders();
+
+    void note(const struct stat& status);
 
     const CopyOf what_;
+    CopiedItems* const copied_;
     FolderTrail sources_;
     FolderTrail copies_;
     std::vector<Level> levels_;
-    std::vector<ClosedFolder> closedFolders_;
 };
 
 Result<void> TreeCopy::copy(ItemPlace source, Descriptor folder, const std::string& name) {
@@ -114,7 +109,7 @@ Result<void> TreeCopy::copy(ItemPlace source, Descriptor folder, const std::stri
             done = copyEntry(next, next);
         }
     }
-    return done ? closeFolders() : done;
+    return done;
 }
 
 Result<void> TreeCopy::copyEntry(const std::string& name, const std::string& as) {
@@ -124,8 +119,9 @@ Result<void> TreeCopy::copyEntry(const std::string& name, const std::string& as)
     if (what_ == CopyOf::itemToBeRemoved)
         if (auto removable = checkRemovable(sources_.folder(), name.c_str()); !removable)
             return removable;
-    if (S_ISDIR(status.st_mode)) return enter(name, as, status);
+    if (S_ISDIR(status.st_mode)) return enter(name, as);
     if (S_ISREG(status.st_mode)) return copyFile(name.c_str(), as.c_str());
+    note(status);
     if (S_ISLNK(status.st_mode)) return copyLink(name.c_str(), as.c_str(), status);
     return copyNode(as.c_str(), status);
 }
@@ -138,6 +134,7 @@ Result<void> TreeCopy::copyFile(const char* name, const char* as) {
     struct stat status {};
     if (fstat(source.get(), &status) != 0) return systemError();
     if (!S_ISREG(status.st_mode)) return systemError(ESTALE);
+    note(status);
     Descriptor copy =
         openAt(copies_.folder(), as, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                S_IRUSR | S_IWUSR);
@@ -164,10 +161,12 @@ Result<void> TreeCopy::copyNode(const char* as, const struct stat& status) {
     return keepAttributesOfNode(copies_.folder(), as, status);
 }
 
-Result<void> TreeCopy::enter(const std::string& name, const std::string& as,
-                             const struct stat& status) {
+Result<void> TreeCopy::enter(const std::string& name, const std::string& as) {
     Descriptor source = openAt(sources_.folder(), name.c_str(), kFolderFlags);
     if (!source) return systemError();
+    struct stat status {};
+    if (fstat(source.get(), &status) != 0) return systemError();
+    note(status);
     const Result<FolderIdentity> from = identify(source);
     if (!from) return from.error();
     Result<std::vector<DirectoryEntry>> entries = readEntries(source.get());
@@ -179,39 +178,26 @@ Result<void> TreeCopy::enter(const std::string& name, const std::string& as,
     if (!to) return to.error();
     sources_.enter(std::move(source), from.value());
     copies_.enter(std::move(copy), to.value());
-    levels_.push_back({as, status, std::move(entries.value())});
+    levels_.push_back({status, std::move(entries.value())});
     return {};
 }
 
-/// Completes a folder and goes up. Its owner may change it until all is copied: a copy that fails
-/// must be removable.
+/// Goes up from a folder and completes it. Only now that all below it is copied does it go to its
+/// owner, and may it be one that its owner cannot look into: the way up leads through it.
 Result<void> TreeCopy::leave() {
     const Descriptor source = openAt(sources_.folder(), ".", kFolderFlags);
     if (!source) return systemError();
     const Descriptor copy = openAt(copies_.folder(), ".", kFolderFlags);
     if (!copy) return systemError();
-    const struct stat& status = levels_.back().status;
-    if (auto kept = keepAttributes(source.get(), copy.get(), status, S_IRWXU); !kept) return kept;
-    if ((status.st_mode & S_IRWXU) != S_IRWXU) {
-        std::string path = ".";
-        for (std::size_t level = 1; level < levels_.size(); ++level)
-            path += "/" + levels_[level].name;
-        const mode_t missing = S_IRWXU & ~status.st_mode;
-        struct stat kept {};
-        if (fstat(copy.get(), &kept) != 0) return systemError();
-        closedFolders_.push_back({std::move(path), kept.st_mode & kPermissionBits & ~missing});
-    }
+    const struct stat status = levels_.back().status;
     levels_.pop_back();
     if (auto left = sources_.leave(); !left) return left;
-    return copies_.leave();
+    if (auto left = copies_.leave(); !left) return left;
+    return keepAttributes(source.get(), copy.get(), status);
 }
 
-/// Inner folders stand before those that hold them.
-Result<void> TreeCopy::closeFolders() {
-    for (const ClosedFolder& folder : closedFolders_)
-        if (fchmodat(copies_.folder(), folder.path.c_str(), folder.mode, 0) != 0)
-            return systemError();
-    return {};
+void TreeCopy::note(const struct stat& status) {
+    if (copied_ != nullptr) copied_->add(status);
 }
 
 /// Whether a folder is the source, or lies below it.
@@ -243,6 +229,20 @@ Result<void> checkPlaces(const ItemPlace& source, const ItemPlace& destination) 
     return within.value() ? Result<void>(systemError(EINVAL)) : Result<void>();
 }
 
+Result<void> copyNoting(const ItemPlace& source, const ItemPlace& destination, CopyOf what,
+                        CopiedItems* copied) {
+    if (auto checked = checkPlaces(source, destination); !checked) return checked;
+    ItemPlace from{duplicate(source.folder), source.name};
+    ItemPlace unfinished{duplicate(destination.folder), temporaryName()};
+    Descriptor into = duplicate(destination.folder);
+    if (!from.folder || !unfinished.folder || !into) return systemError();
+    Result<void> done =
+        TreeCopy(what, copied).copy(std::move(from), std::move(into), unfinished.name);
+    if (done) done = renameItem(unfinished, destination);
+    if (!done) ignore(removeUnfinished(unfinished));
+    return done;
+}
+
 } // namespace
 
 Result<void> copyTree(const Path& source, const Path& destination) {
@@ -254,15 +254,11 @@ Result<void> copyTree(const Path& source, const Path& destination) {
 }
 
 Result<void> copyTree(const ItemPlace& source, const ItemPlace& destination, CopyOf what) {
-    if (auto checked = checkPlaces(source, destination); !checked) return checked;
-    ItemPlace from{duplicate(source.folder), source.name};
-    ItemPlace unfinished{duplicate(destination.folder), temporaryName()};
-    Descriptor into = duplicate(destination.folder);
-    if (!from.folder || !unfinished.folder || !into) return systemError();
-    Result<void> done = TreeCopy(what).copy(std::move(from), std::move(into), unfinished.name);
-    if (done) done = renameItem(unfinished, destination);
-    if (!done) (void)removeTree(unfinished);
-    return done;
+    return copyNoting(source, destination, what, nullptr);
+}
+
+Result<void> copyTree(const ItemPlace& source, const ItemPlace& destination, CopiedItems& copied) {
+    return copyNoting(source, destination, CopyOf::itemToBeRemoved, &copied);
 }
 
 } // namespace quorvane::platform::linux_

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/Values.h"
+#include "platform/linux/file_removal.h"
 #include "platform/linux/posix.h"
 
 namespace quorvane::platform::linux_ {
@@ -16,5 +17,8 @@ enum class CopyOf { itemThatStays, itemToBeRemoved };
 Result<void> copyTree(const Path& source, const Path& destination);
 Result<void> copyTree(const ItemPlace& source, const ItemPlace& destination,
                       CopyOf what = CopyOf::itemThatStays);
+
+/// Copies an item to be removed and notes each copied part, for `removeCopied`.
+Result<void> copyTree(const ItemPlace& source, const ItemPlace& destination, CopiedItems& copied);
 
 } // namespace quorvane::platform::linux_

@@ -29,9 +29,10 @@ Result<void> moveTree(const Path& source, const Path& destination) {
     if (moved) return moved;
     if (moved.error().code == EEXIST && areOnePath(source, destination)) return {};
     if (moved.error().code != EXDEV) return moved;
-    moved = copyTree(from.value(), to.value(), CopyOf::itemToBeRemoved);
+    CopiedItems copied;
+    moved = copyTree(from.value(), to.value(), copied);
     // A copy that is whole stays, whatever becomes of the source from here on.
-    if (moved) moved = removeTree(from.value());
+    if (moved) moved = removeCopied(from.value(), copied);
     return moved;
 }
 

@@ -6,7 +6,8 @@
 
 namespace quorvane::platform::linux_ {
 
-/// As FileManager::moveItem.
+/// As FileManager::moveItem. ESTALE where the source changed while it was copied onto another
+/// volume: what is new stays there, beside the whole copy.
 Result<void> moveTree(const Path& source, const Path& destination);
 
 /// The same within one volume; EXDEV onto another.

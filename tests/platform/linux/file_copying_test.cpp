@@ -19,6 +19,7 @@ namespace quorvane::testing {
 namespace {
 
 namespace fs = std::filesystem;
+using platform::linux_::Descriptor;
 using ::testing::IsEmpty;
 
 constexpr std::size_t kMiB = 1024UL * 1024;
@@ -127,6 +128,20 @@ TEST_F(FileCopying, CopiesTenThousandLevelsWithFewDescriptors) {
     EXPECT_TRUE(files_->removeItem(scratch_ / "copy").ok());
 }
 
+TEST_F(FileCopying, CopiesAReadOnlyFolderDeeperThanAPathCanName) {
+    addChain(scratch_.addFolder("deep"), 3'000, ChainHolds::folders);
+    {
+        const Descriptor leaf = openDeepest(scratch_ / "deep", 3'000);
+        ASSERT_EQ(fchmod(leaf.get(), 0555), 0);
+    }
+    EXPECT_TRUE(copy("deep", "copy").ok());
+    struct stat leaf {};
+    EXPECT_EQ(fstat(openDeepest(scratch_ / "copy", 3'000).get(), &leaf), 0);
+    EXPECT_EQ(leaf.st_mode & 07777U, 0555U);
+    EXPECT_TRUE(files_->removeItem(scratch_ / "deep").ok());
+    EXPECT_TRUE(files_->removeItem(scratch_ / "copy").ok());
+}
+
 TEST_F(FileCopying, OntoAFullDiskLeavesNothing) {
     QV_NEEDS_SUPERUSER();
     scratch_.addFile("tree/small", "small");
@@ -202,6 +217,30 @@ TEST_F(FileCopying, WhatCannotBeDeletedIsNotMovedOntoOtherVolumes) {
             EXPECT_TRUE(move("outer", "volume/moved").ok());
             EXPECT_FALSE(contains("outer"));
         });
+    });
+}
+
+TEST_F(FileCopying, WhatIsMountedIsNotMovedOntoOtherVolumes) {
+    QV_NEEDS_SUPERUSER();
+    scratch_.addFile("shown/file", "content");
+    for (const char* tree : {"file", "folder", "disk"})
+        scratch_.addFile(tree + std::string("/below/free"), "content");
+    scratch_.addFile("file/below/mounted");
+    scratch_.addFolder("folder/below/mounted");
+    inPrivateMounts([&] {
+        addVolume("volume");
+        addVolume("disk/below/mounted");
+        bindFolder(scratch_ / "shown", scratch_ / "folder/below/mounted");
+        bindFolder(scratch_ / "shown/file", scratch_ / "file/below/mounted");
+        for (const std::string tree : {"file", "folder", "disk"}) {
+            EXPECT_EQ(move(tree, "volume/moved").error().text, "Device or resource busy") << tree;
+            EXPECT_EQ(move(tree + "/below/mounted", "volume/moved").error().code, EBUSY) << tree;
+            EXPECT_THAT(names("volume"), IsEmpty()) << tree;
+            EXPECT_TRUE(contains(tree + "/below/free")) << tree;
+            EXPECT_TRUE(copy(tree, "volume/" + tree).ok()) << tree;
+            EXPECT_TRUE(files_->removeItem(scratch_ / ("volume/" + tree)).ok()) << tree;
+        }
+        EXPECT_EQ(contentOf(scratch_ / "shown/file"), "content");
     });
 }
 

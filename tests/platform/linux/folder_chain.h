@@ -26,6 +26,16 @@ inline void addChain(const Path& top, int depth, ChainHolds holds) {
     }
 }
 
+/// Opens the last folder of such a chain.
+inline platform::linux_::Descriptor openDeepest(const Path& top, int depth) {
+    using platform::linux_::Descriptor;
+    constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+    Descriptor folder(open(top.c_str(), kFlags));
+    for (int level = 0; level < depth; ++level)
+        folder = Descriptor(openat(folder.get(), "below", kFlags));
+    return folder;
+}
+
 /// Few descriptors for the process, as long as this lives.
 class FewDescriptors {
 public:
