@@ -103,12 +103,14 @@ int settle(const Command& command, const Place& staged, const Place& destination
 /// ends this half-way, the source is whole until the destination is.
 int carryOut(const Command& command, const Place& source, const Place& destination,
              Staging& staging, bool merges, int output) {
-    const bool isMove = command.job == Job::move;
     const Place staged{0, std::move(staging.folder), destination.name};
-    const auto copied = copyTree(itemAt(source), itemAt(staged),
-                                 isMove ? CopyOf::itemToBeRemoved : CopyOf::itemThatStays);
+    CopiedItems moved;
+    const bool isMove = command.job == Job::move;
+    const auto copied = isMove ? copyTree(itemAt(source), itemAt(staged), moved)
+                               : copyTree(itemAt(source), itemAt(staged));
     int status = copied ? settle(command, staged, destination, merges, output) : EXIT_FAILURE;
-    if (isMove && status == EXIT_SUCCESS && !removeTree(itemAt(source))) status = EXIT_FAILURE;
+    if (isMove && status == EXIT_SUCCESS && !removeCopied(itemAt(source), moved))
+        status = EXIT_FAILURE;
     removeStaging(staging, destination.folder.get());
     return status;
 }
