@@ -62,7 +62,7 @@ Result<void> keepAttributesOfNode(int folder, const char* name, const struct sta
 
 class TreeCopy {
 public:
-    TreeCopy(CopyOf what, CopiedItems* copied) : what_(what), copied_(copied) {}
+    explicit TreeCopy(CopiedItems* copied) : copied_(copied) {}
 
     /// Copies the item at a place into another folder, under a name that is free there.
     Result<void> copy(ItemPlace source, Descriptor folder, const std::string& name);
@@ -83,8 +83,7 @@ private:
 
     void note(const struct stat& status);
 
-    const CopyOf what_;
-    CopiedItems* const copied_;
+    CopiedItems* const copied_; ///< null where the source stays
     FolderTrail sources_;
     FolderTrail copies_;
     std::vector<Level> levels_;
@@ -116,7 +115,7 @@ Result<void> TreeCopy::copyEntry(const std::string& name, const std::string& as)
     struct stat status {};
     if (fstatat(sources_.folder(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
         return systemError();
-    if (what_ == CopyOf::itemToBeRemoved)
+    if (copied_ != nullptr)
         if (auto removable = checkRemovable(sources_.folder(), name.c_str()); !removable)
             return removable;
     if (S_ISDIR(status.st_mode)) return enter(name, as);
@@ -229,15 +228,14 @@ Result<void> checkPlaces(const ItemPlace& source, const ItemPlace& destination) 
     return within.value() ? Result<void>(systemError(EINVAL)) : Result<void>();
 }
 
-Result<void> copyNoting(const ItemPlace& source, const ItemPlace& destination, CopyOf what,
+Result<void> copyNoting(const ItemPlace& source, const ItemPlace& destination,
                         CopiedItems* copied) {
     if (auto checked = checkPlaces(source, destination); !checked) return checked;
     ItemPlace from{duplicate(source.folder), source.name};
     ItemPlace unfinished{duplicate(destination.folder), temporaryName()};
     Descriptor into = duplicate(destination.folder);
     if (!from.folder || !unfinished.folder || !into) return systemError();
-    Result<void> done =
-        TreeCopy(what, copied).copy(std::move(from), std::move(into), unfinished.name);
+    Result<void> done = TreeCopy(copied).copy(std::move(from), std::move(into), unfinished.name);
     if (done) done = renameItem(unfinished, destination);
     if (!done) ignore(removeUnfinished(unfinished));
     return done;
@@ -253,12 +251,12 @@ Result<void> copyTree(const Path& source, const Path& destination) {
     return copyTree(from.value(), to.value());
 }
 
-Result<void> copyTree(const ItemPlace& source, const ItemPlace& destination, CopyOf what) {
-    return copyNoting(source, destination, what, nullptr);
+Result<void> copyTree(const ItemPlace& source, const ItemPlace& destination) {
+    return copyNoting(source, destination, nullptr);
 }
 
 Result<void> copyTree(const ItemPlace& source, const ItemPlace& destination, CopiedItems& copied) {
-    return copyNoting(source, destination, CopyOf::itemToBeRemoved, &copied);
+    return copyNoting(source, destination, &copied);
 }
 
 } // namespace quorvane::platform::linux_
