@@ -1,6 +1,7 @@
 // Deleting items and trees.
 #pragma once
 
+#include <compare>
 #include <cstdint>
 #include <set>
 
@@ -28,6 +29,7 @@ private:
         std::uint64_t modified;
         std::uint64_t changed;
 
+        // NOLINTNEXTLINE(modernize-use-nullptr): the linter takes a compared zero for a pointer
         auto operator<=>(const Version&) const = default;
     };
     enum class Names { one, several };
