@@ -106,7 +106,8 @@ public:
     /// destination exists. After a failure nothing stands there.
     virtual Result<void> copyItem(const Path& source, const Path& destination) = 0;
     /// Moves an item; onto another volume by copying it and then deleting the source, which fails
-    /// beforehand where that cannot be deleted, as far as can be known. Fails with EEXIST where the
+    /// beforehand where that cannot be deleted, as far as can be known, and with ESTALE where it
+    /// changed meanwhile: what is new stays, beside the whole copy. Fails with EEXIST where the
     /// destination exists; an item moved to its own path is there already.
     virtual Result<void> moveItem(const Path& source, const Path& destination) = 0;
     /// Makes a folder and the missing ones above it; an existing folder is success.
