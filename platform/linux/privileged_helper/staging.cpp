@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <vector>
 
 #include "platform/linux/directory.h"
 #include "platform/linux/file_copying.h"
@@ -62,9 +61,8 @@ bool isSuperusersOwn(int folder) {
 
 /// The same of all folders below.
 bool isSuperusersOwnTree(int folder) {
-    const auto entries = isSuperusersOwn(folder)
-                             ? readEntries(folder)
-                             : Result<std::vector<DirectoryEntry>>(systemError(EPERM));
+    if (!isSuperusersOwn(folder)) return false;
+    const auto entries = readEntries(folder);
     if (!entries) return false;
     return std::ranges::all_of(entries.value(), [folder](const DirectoryEntry& entry) {
         const Descriptor below = openFolder(folder, entry.name.c_str());
