@@ -127,16 +127,17 @@ void QVTaskEx::asyncTaskReturnData(const TaskNotification& notification) {
 void QVTaskEx::terminateAsyncTask() {
     Receiver receiver; // let go of after the lock: the context object may end anything with it
     std::shared_ptr<AsyncRun> run;
+    std::shared_ptr<platform::Process> shown;
     {
         const std::lock_guard lock(mutex_);
         std::swap(receiver, receiver_);
         run.swap(asyncRun_);
+        shown = theTask_.process();
+        theTask_.clear();
     }
-    const auto shown = theTask_.process();
     if (run) run->end();
     // A timed run of the same instance: its watchdog finds nothing any more.
     if (shown && !(run && shown == run->process) && shown->isRunning()) shown->terminate();
-    theTask_.clear();
 }
 
 std::shared_ptr<QVTaskEx::AsyncRun> QVTaskEx::asyncRun() const {
