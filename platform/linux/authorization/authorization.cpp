@@ -11,7 +11,6 @@
 #include <unistd.h>
 
 #include "platform/UserIdentity.h"
-#include "platform/linux/authorization/credential_agent.h"
 #include "platform/linux/authorization/helper_session.h"
 #include "platform/linux/authorization/socket_child.h"
 #include "platform/linux/trash.h"
@@ -188,7 +187,8 @@ LinuxAuthorization::startWithCredentials(OpaqueAuthorization& authorization,
     const Bytes* user = valueOf(environment, "username");
     const Bytes* password = valueOf(environment, "password");
     if (user == nullptr || password == nullptr) return kAuthorizationInteractionNotAllowed;
-    const auto [status, agent] = CredentialAgent::start(programs_.passwordAgent, *user, *password);
+    const auto [status, agent] =
+        CredentialAgent::start(programs_.passwordAgent, *user, *password, programs_.agentTest);
     if (!agent) return status;
     return startWithPolkit(authorization) == kAuthorizationSuccess ? kAuthorizationSuccess
                                                                    : kAuthorizationDenied;

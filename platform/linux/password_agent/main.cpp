@@ -6,6 +6,10 @@
 // it; then it takes one message, the user's name and the password, each ended by a NUL byte. It
 // answers one authentication, for the privileged helper only, and ends at the other end's close.
 //
+// It takes nothing if another process of the user may have got hold of it before it could shield
+// itself. So it is installed as a program that users may run but not read, which the system shields
+// from its first instruction on; run from where it was built, it ends at once.
+//
 // With --ping it only sends "R" if polkit answers, and ends: asking through a polkit that hangs
 // would take for ever.
 #include <algorithm>
@@ -16,14 +20,16 @@
 #include <gio/gio.h>
 #include <glib-unix.h>
 #include <pwd.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "platform/linux/authorization/process_shield.h"
 #include "platform/linux/password_agent/password_listener.h"
 
 namespace {
 
+using quorvane::platform::linux_::shieldProcess;
+using quorvane::platform::linux_::startedShielded;
 using quorvane::platform::linux_::agent::Outcome;
 using quorvane::platform::linux_::agent::PasswordListener;
 using quorvane::platform::linux_::agent::Request;
@@ -165,8 +171,9 @@ int ping() {
 } // namespace
 
 int main(int count, char** arguments) {
-    // No process of the same user may look into this one or take its socket.
-    prctl(PR_SET_DUMPABLE, 0);
+    // The superuser can read every program, and needs no shield from other users.
+    const bool wasShielded = startedShielded() || geteuid() == 0;
+    if (!shieldProcess()) return 1;
     if (count > 1) return std::strcmp(arguments[1], "--ping") == 0 ? ping() : 1;
-    return Agent().run();
+    return wasShielded ? Agent().run() : 1;
 }

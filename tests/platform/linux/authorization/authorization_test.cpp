@@ -67,7 +67,8 @@ protected:
     const std::shared_ptr<Authorization> service_ = makeAuthorization(
         std::make_shared<testing::StubIdentity>(), {.pkexec = scratch_ / "pkexec",
                                                     .helper = scratch_ / "helper",
-                                                    .passwordAgent = scratch_ / "agent"});
+                                                    .passwordAgent = scratch_ / "agent",
+                                                    .agentTest = testing::trustScripts});
 };
 
 /// Says that the tool with the first number has ended.

@@ -4,6 +4,7 @@
 #include <sys/prctl.h>
 #include <sys/ptrace.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -19,6 +20,7 @@
 #include "tests/platform/linux/authorization/children.h"
 #include "tests/platform/linux/authorization/fake_helper.h"
 #include "tests/platform/linux/authorization/script.h"
+#include "tests/platform/linux/child_process.h"
 #include "tests/support/time_limit.h"
 
 namespace quorvane::platform::linux_ {
@@ -131,6 +133,28 @@ TEST_F(SocketChildTest, ShieldsTheProcess) {
     ASSERT_EQ(::prctl(PR_GET_DUMPABLE), 1);
     ASSERT_TRUE(start("exit 0\n"));
     EXPECT_EQ(::prctl(PR_GET_DUMPABLE), 0);
+}
+
+TEST_F(SocketChildTest, IsOutOfReachWhereItsProgramCannotBeRead) {
+    QV_NEEDS_SUPERUSER();
+    const Path program = scratch_ / "program";
+    std::filesystem::copy_file("/bin/cat", program);
+    ASSERT_EQ(::chmod(program.c_str(), 0755), 0);
+    testing::asOrdinaryUser(scratch_.path(), [&] {
+        const auto child = SocketChild::start(program, {}, {});
+        ASSERT_TRUE(child);
+        // At first it is still shielded as its parent is.
+        EXPECT_TRUE(eventually([&] { return !child.value().isOutOfReach(); }));
+    });
+    ASSERT_EQ(::chmod(program.c_str(), 0711), 0);
+    testing::asOrdinaryUser(scratch_.path(), [&] {
+        const auto child = SocketChild::start(program, {}, {});
+        ASSERT_TRUE(child);
+        for (int look = 0; look < 100; ++look) {
+            EXPECT_TRUE(child.value().isOutOfReach());
+            std::this_thread::sleep_for(1ms);
+        }
+    });
 }
 
 /// Another process that traces a thread of this one, until it goes.
