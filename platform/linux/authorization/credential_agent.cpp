@@ -5,42 +5,18 @@
 #include <cstring>
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/UserIdentity.h"
+#include "platform/linux/authorization/agent_program.h"
 
 namespace quorvane::platform::linux_ {
 namespace {
 
-constexpr char kReady = 'R';
-
 bool isCredential(const std::string& text) {
     return text.size() <= kMaximumCredential && text.find('\0') == std::string::npos;
-}
-
-/// Nothing of the user's: a variable of theirs could lead the agent to another bus, where somebody
-/// passes for polkit, or to other code.
-Environment agentEnvironment() { return {{"PATH", kTrustedPath}}; }
-
-bool becomesReady(int socket, std::chrono::milliseconds patience) {
-    pollfd said{socket, POLLIN, 0};
-    if (retryInterrupted([&] { return ::poll(&said, 1, static_cast<int>(patience.count())); }) != 1)
-        return false;
-    char word = 0;
-    return ::recv(socket, &word, 1, MSG_DONTWAIT) == 1 && word == kReady;
-}
-
-/// The agent program, ready; null, and gone, if it does not get that far.
-std::optional<SocketChild> readyAgent(const Path& program, const Arguments& arguments,
-                                      std::chrono::milliseconds patience) {
-    auto child = SocketChild::start(program, arguments, agentEnvironment());
-    if (!child) return std::nullopt;
-    if (becomesReady(child.value().socket(), patience)) return std::move(child.value());
-    child.value().kill();
-    return std::nullopt;
 }
 
 bool isSuperuser() { return ::geteuid() == kSuperuserId; }
@@ -83,10 +59,6 @@ private:
 
 } // namespace
 
-bool polkitAnswers(const Path& program, std::chrono::milliseconds patience) {
-    return readyAgent(program, {"--ping"}, patience).has_value();
-}
-
 bool keepsSecrets(const Path& program, const SocketChild& agent) {
     return isSuperusersOwn(program) && (isSuperuser() || agent.isOutOfReach());
 }
@@ -95,7 +67,7 @@ CredentialAgent::Start CredentialAgent::start(const Path& program, const std::st
                                               const std::string& password, AgentTest test,
                                               std::chrono::milliseconds patience) {
     if (!isCredential(user) || !isCredential(password)) return {kAuthorizationDenied, {}};
-    auto agent = readyAgent(program, {}, patience);
+    auto agent = startAgentProgram(program, {}, patience);
     if (!agent) return {kAuthorizationInternal, {}};
     if (test(program, *agent) && Message(user, password).send(agent->socket()))
         return {kAuthorizationSuccess, CredentialAgent(std::move(*agent))};

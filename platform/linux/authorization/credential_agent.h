@@ -5,18 +5,13 @@
 #include <string>
 
 #include "platform/Authorization.h"
+#include "platform/linux/authorization/agent_program.h"
 #include "platform/linux/authorization/socket_child.h"
 
 namespace quorvane::platform::linux_ {
 
 /// The longest user name and password, in bytes.
 inline constexpr std::size_t kMaximumCredential = 2000;
-/// How long the agent may take to register; without a working bus it never does.
-inline constexpr std::chrono::seconds kAgentPatience{5};
-
-/// Whether polkit answers at all, which the agent program can tell. Asking the user through one
-/// that hangs would take for ever.
-bool polkitAnswers(const Path& program, std::chrono::milliseconds patience = kAgentPatience);
 
 /// Tells whether a running agent may be trusted with a password.
 using AgentTest = bool (*)(const Path& program, const SocketChild& agent);

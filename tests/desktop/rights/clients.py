@@ -18,6 +18,7 @@ COLLEAGUE = os.environ.get("WORLD_COLLEAGUE", "")
 HELPER = "/usr/local/libexec/quorvane/privileged-helper"
 AGENT = os.path.dirname(HELPER) + "/password-agent"
 PKEXEC = "/usr/bin/pkexec"
+PROVERS = ("/usr/lib/polkit-1/polkit-agent-helper-1", "/usr/libexec/polkit-agent-helper-1")
 GRANTED, DENIED, CANCELLED, INTERNAL, TOOL_FAILED = 0, -60005, -60006, -60008, -60031
 PATIENCE = 60
 HOME = "/Users/" + USER
