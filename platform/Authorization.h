@@ -26,7 +26,8 @@ inline constexpr AuthorizationStatus kAuthorizationDenied = -60005;
 inline constexpr AuthorizationStatus kAuthorizationCanceled = -60006;
 /// The right needs the user's answer, and neither a dialog nor credentials were offered.
 inline constexpr AuthorizationStatus kAuthorizationInteractionNotAllowed = -60007;
-/// The service could not put the question; the credentials were not examined.
+/// The service could not put the question, and the credentials were not examined; or the part of
+/// the system that puts it has stopped answering since.
 inline constexpr AuthorizationStatus kAuthorizationInternal = -60008;
 /// The right is there, but the tool was not started; PrivilegedExecution::reason says why.
 inline constexpr AuthorizationStatus kAuthorizationToolExecuteFailure = -60031;
@@ -86,8 +87,8 @@ public:
                                          AuthorizationFlags flags) = 0;
     /// Obtains the rights for the reference, at once where it has them. The only right there is is
     /// "system.privilege.admin". With kAuthorizationInteractionAllowed the service asks the user
-    /// and blocks until the user has answered; without it, the environment's "username" and
-    /// "password" answer.
+    /// and blocks until the user has answered, or the system can no longer ask; without it, the
+    /// environment's "username" and "password" answer.
     virtual AuthorizationStatus copyRights(AuthorizationRef reference,
                                            const AuthorizationItems& rights,
                                            const AuthorizationItems& environment,

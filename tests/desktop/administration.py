@@ -31,13 +31,14 @@ class Administration:
     def __init__(self, bus=True, polkit="running"):
         self.bus, self.polkit = bus, polkit
         self.started = []
+        self.bus_process = self.polkit_process = None
 
     def __enter__(self):
         try:
             if self.bus:
                 self._start_bus()
                 if self.polkit:
-                    self._start_polkit()
+                    self.start_polkit()
         except BaseException:
             self.__exit__()
             raise
@@ -58,18 +59,20 @@ class Administration:
     def _start_bus(self):
         _write_bus_configuration()
         reading, writing = os.pipe()
-        self._start(["dbus-daemon", "--config-file=" + OWN_CONFIGURATION, "--nofork",
-                     f"--print-address={writing}"], pass_fds=[writing])
+        self.bus_process = self._start(
+            ["dbus-daemon", "--config-file=" + OWN_CONFIGURATION, "--nofork",
+             f"--print-address={writing}"], pass_fds=[writing])
         os.close(writing)
         with os.fdopen(reading) as answer:
             if not answer.readline():
                 raise SystemExit("the system bus did not start")
 
-    def _start_polkit(self):
+    def start_polkit(self):
+        """Starts it, anew where it has ended."""
         daemon = next(filter(os.path.exists, POLKIT_DAEMONS), None)
         if not daemon:
             raise SystemExit("polkit is not installed")
-        process = self._start([daemon, "--no-debug"])
+        process = self.polkit_process = self._start([daemon, "--no-debug"])
         deadline = time.monotonic() + PATIENCE
         bus = Gio.bus_get_sync(Gio.BusType.SYSTEM)
         while not _answers(bus):

@@ -11,7 +11,7 @@
 #include <unistd.h>
 
 #include "platform/UserIdentity.h"
-#include "platform/linux/authorization/credential_agent.h"
+#include "platform/linux/authorization/granting.h"
 #include "platform/linux/authorization/helper_session.h"
 #include "platform/linux/authorization/socket_child.h"
 #include "platform/linux/trash.h"
@@ -80,9 +80,11 @@ private:
     Held find(AuthorizationRef reference);
 
     AuthorizationStatus startSession(OpaqueAuthorization& authorization, const Path& program,
-                                     const Arguments& arguments, const Environment& environment);
+                                     const Arguments& arguments, const Environment& environment,
+                                     const PolkitWatch* watch = nullptr);
     AuthorizationStatus startInherited(OpaqueAuthorization& authorization);
-    AuthorizationStatus startWithPolkit(OpaqueAuthorization& authorization);
+    AuthorizationStatus startWithPolkit(OpaqueAuthorization& authorization,
+                                        const PolkitWatch& watch);
     AuthorizationStatus startWithDialog(OpaqueAuthorization& authorization);
     AuthorizationStatus startWithCredentials(OpaqueAuthorization& authorization,
                                              const AuthorizationItems& environment);
@@ -156,10 +158,11 @@ LinuxAuthorization::Held LinuxAuthorization::find(AuthorizationRef reference) {
 AuthorizationStatus LinuxAuthorization::startSession(OpaqueAuthorization& authorization,
                                                      const Path& program,
                                                      const Arguments& arguments,
-                                                     const Environment& environment) {
+                                                     const Environment& environment,
+                                                     const PolkitWatch* watch) {
     auto helper = SocketChild::start(program, arguments, environment);
     if (!helper) return kAuthorizationDenied;
-    const AuthorizationStatus status = waitUntilGranted(helper.value());
+    const AuthorizationStatus status = waitUntilGranted(helper.value(), watch);
     if (status == kAuthorizationSuccess)
         authorization.session =
             std::make_shared<HelperSession>(helper.value().releaseSocket(), trash_);
@@ -172,14 +175,16 @@ AuthorizationStatus LinuxAuthorization::startInherited(OpaqueAuthorization& auth
                         {{"PATH", kTrustedPath}, {kAskedUser, "0"}});
 }
 
-AuthorizationStatus LinuxAuthorization::startWithPolkit(OpaqueAuthorization& authorization) {
+AuthorizationStatus LinuxAuthorization::startWithPolkit(OpaqueAuthorization& authorization,
+                                                        const PolkitWatch& watch) {
     return startSession(authorization, programs_.pkexec,
-                        {"--disable-internal-agent", programs_.helper}, {{"PATH", kTrustedPath}});
+                        {"--disable-internal-agent", programs_.helper}, {{"PATH", kTrustedPath}},
+                        &watch);
 }
 
 AuthorizationStatus LinuxAuthorization::startWithDialog(OpaqueAuthorization& authorization) {
-    return polkitAnswers(programs_.passwordAgent) ? startWithPolkit(authorization)
-                                                  : kAuthorizationDenied;
+    const auto watch = PolkitWatch::start(programs_.passwordAgent);
+    return watch ? startWithPolkit(authorization, *watch) : kAuthorizationDenied;
 }
 
 AuthorizationStatus
@@ -188,10 +193,14 @@ LinuxAuthorization::startWithCredentials(OpaqueAuthorization& authorization,
     const Bytes* user = valueOf(environment, "username");
     const Bytes* password = valueOf(environment, "password");
     if (user == nullptr || password == nullptr) return kAuthorizationInteractionNotAllowed;
-    const auto [status, agent] = CredentialAgent::start(programs_.passwordAgent, *user, *password);
+    const auto watch = PolkitWatch::start(programs_.passwordAgent);
+    if (!watch) return kAuthorizationInternal;
+    const auto [status, agent] =
+        CredentialAgent::start(programs_.passwordAgent, *user, *password, programs_.agentTest);
     if (!agent) return status;
-    return startWithPolkit(authorization) == kAuthorizationSuccess ? kAuthorizationSuccess
-                                                                   : kAuthorizationDenied;
+    const auto granted = startWithPolkit(authorization, *watch);
+    // The agent dismisses a question that it cannot answer; nobody has cancelled anything.
+    return granted == kAuthorizationCanceled ? kAuthorizationDenied : granted;
 }
 
 } // namespace

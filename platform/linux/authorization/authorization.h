@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "platform/Authorization.h"
+#include "platform/linux/authorization/credential_agent.h"
 
 namespace quorvane::platform {
 class UserIdentity;
@@ -16,6 +17,9 @@ struct AuthorizationPrograms {
     Path pkexec;        ///< asks the user, or the password agent, and becomes the helper
     Path helper;        ///< runs tools with administrator rights
     Path passwordAgent; ///< answers for a user whose password the caller knows
+    /// Whether the running agent is trusted with the password. Tests, whose agents are scripts,
+    /// have a test of their own.
+    AgentTest agentTest = keepsSecrets;
 };
 
 /// The programs as they are installed.

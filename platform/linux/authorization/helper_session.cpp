@@ -8,11 +8,6 @@
 namespace quorvane::platform::linux_ {
 namespace {
 
-/// What the program that asks the user exits with when the user dismisses the dialog.
-constexpr int kDismissed = 126;
-/// How long a program that has closed its socket may take to exit.
-constexpr std::chrono::seconds kExitLimit{5};
-
 PrivilegedExecution failure(const Error& reason) {
     return {kAuthorizationToolExecuteFailure, nullptr, reason};
 }
@@ -20,15 +15,6 @@ PrivilegedExecution failure(const Error& reason) {
 bool isOperand(const std::string& argument) { return argument.starts_with('/'); }
 
 } // namespace
-
-AuthorizationStatus waitUntilGranted(SocketChild& helper) {
-    const auto first = receiveFromHelper(helper.socket());
-    if (first)
-        return first.value().answer.kind == helper::AnswerKind::granted ? kAuthorizationSuccess
-                                                                        : kAuthorizationDenied;
-    return helper.waitForExit(kExitLimit) == kDismissed ? kAuthorizationCanceled
-                                                        : kAuthorizationDenied;
-}
 
 HelperSession::HelperSession(Descriptor socket, std::shared_ptr<Trash> trash,
                              std::chrono::milliseconds patience)

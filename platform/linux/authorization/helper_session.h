@@ -10,7 +10,6 @@
 
 #include "platform/Authorization.h"
 #include "platform/linux/authorization/helper_messages.h"
-#include "platform/linux/authorization/socket_child.h"
 #include "platform/linux/authorization/tool_output.h"
 #include "platform/linux/posix.h"
 #include "platform/linux/trash.h"
@@ -20,11 +19,6 @@ namespace quorvane::platform::linux_ {
 /// How long the helper may take to answer a request. It answers within milliseconds unless a disk
 /// hangs.
 inline constexpr std::chrono::seconds kHelperPatience{30};
-
-/// Waits, as long as the user takes to answer, until the helper says that the right is granted:
-/// success, kAuthorizationCanceled when the user has dismissed the dialog, else
-/// kAuthorizationDenied.
-AuthorizationStatus waitUntilGranted(SocketChild& helper);
 
 /// Tools run one after another by a helper that has been granted the right. Letting go of the
 /// session ends the helper; tools under way finish. Any thread.

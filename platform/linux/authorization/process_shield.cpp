@@ -10,6 +10,9 @@
 namespace quorvane::platform::linux_ {
 namespace {
 
+/// What PR_GET_DUMPABLE returns for a process that others of its user may look into.
+constexpr int kOpenToItsUser = 1;
+
 /// Whether a thread has a tracer, or ended before it could be asked.
 bool isTraced(const std::filesystem::path& task) {
     std::ifstream status(task / "status");
@@ -21,6 +24,8 @@ bool isTraced(const std::filesystem::path& task) {
 }
 
 } // namespace
+
+bool startedShielded() { return ::prctl(PR_GET_DUMPABLE, 0, 0, 0, 0) != kOpenToItsUser; }
 
 bool shieldProcess() {
     if (::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) != 0) return false;

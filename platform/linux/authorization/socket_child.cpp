@@ -1,11 +1,13 @@
 #include "platform/linux/authorization/socket_child.h"
 
+#include <cerrno>
 #include <csignal>
 #include <utility>
 
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include "platform/linux/authorization/process_shield.h"
 #include "platform/linux/pidfd.h"
@@ -69,6 +71,11 @@ std::optional<int> SocketChild::waitForExit(std::chrono::milliseconds limit) {
         info.si_code != CLD_EXITED)
         return std::nullopt;
     return info.si_status;
+}
+
+bool SocketChild::isOutOfReach() const {
+    const Descriptor taken(::pidfd_getfd(process_.get(), STDIN_FILENO, 0));
+    return !taken && errno == EPERM;
 }
 
 void SocketChild::kill() { ::pidfd_send_signal(process_.get(), SIGKILL, nullptr, 0); }

@@ -35,6 +35,9 @@ public:
     /// Waits for the child to end, up to the limit; its exit status, or null when it runs on or a
     /// signal ended it.
     std::optional<int> waitForExit(std::chrono::milliseconds limit);
+    /// Whether the system keeps this process, and so any other of the same user without more
+    /// rights, from looking into the child.
+    bool isOutOfReach() const;
     /// Ends a child that does not do its part (SIGKILL).
     void kill();
 

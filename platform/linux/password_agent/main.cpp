@@ -6,8 +6,13 @@
 // it; then it takes one message, the user's name and the password, each ended by a NUL byte. It
 // answers one authentication, for the privileged helper only, and ends at the other end's close.
 //
-// With --ping it only sends "R" if polkit answers, and ends: asking through a polkit that hangs
-// would take for ever.
+// It takes nothing if another process of the user may have got hold of it before it could shield
+// itself. So it is installed as a program that users may run but not read, which the system shields
+// from its first instruction on; run from where it was built, it ends at once.
+//
+// With --watch it sends "R" if polkit answers, and then sees again and again whether it still does.
+// It ends when it does not, or at the other end's close: whoever waits for a polkit that hangs
+// would wait for ever.
 #include <algorithm>
 #include <cstring>
 #include <optional>
@@ -15,15 +20,18 @@
 #include <fcntl.h>
 #include <gio/gio.h>
 #include <glib-unix.h>
+#include <poll.h>
 #include <pwd.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "platform/linux/authorization/process_shield.h"
 #include "platform/linux/password_agent/password_listener.h"
 
 namespace {
 
+using quorvane::platform::linux_::shieldProcess;
+using quorvane::platform::linux_::startedShielded;
 using quorvane::platform::linux_::agent::Outcome;
 using quorvane::platform::linux_::agent::PasswordListener;
 using quorvane::platform::linux_::agent::Request;
@@ -31,15 +39,20 @@ using quorvane::platform::linux_::agent::Request;
 constexpr const char* kAction = "com.quorvane.privileged-helper";
 /// How long polkit may take to answer, in seconds; it takes some milliseconds.
 constexpr unsigned kPatience = 3;
+/// And how long while the user is asked. An administrator's rules, which are programs, may occupy
+/// it for up to 15.
+constexpr unsigned kPatienceWhileAsking = 20;
+/// How often a watch looks, in milliseconds.
+constexpr int kInterval = 5000;
 
 [[noreturn]] void giveUp(int /*signal*/) { _exit(1); }
 
 /// Ends the process if what comes next takes too long. polkit's library would wait for a minute.
-void limitTime() {
+void limitTime(unsigned seconds = kPatience) {
     struct sigaction action = {};
     action.sa_handler = giveUp;
     sigaction(SIGALRM, &action, nullptr);
-    alarm(kPatience);
+    alarm(seconds);
 }
 
 /// The process that made the socket pair, if it is still there and it is the one that started this.
@@ -144,29 +157,43 @@ private:
     PasswordListener listener_;
 };
 
-bool polkitAnswers() {
+/// Whether polkit itself answers, which its connection to the bus would do for it if it were only
+/// pinged. Ends the process where the bus hangs.
+bool polkitAnswers(unsigned seconds) {
+    limitTime(seconds);
     GDBusConnection* const bus = g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr);
     if (!bus) return false;
     GVariant* const answer = g_dbus_connection_call_sync(
         bus, "org.freedesktop.PolicyKit1", "/org/freedesktop/PolicyKit1/Authority",
-        "org.freedesktop.DBus.Peer", "Ping", nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE,
-        kPatience * 1000, nullptr, nullptr);
+        "org.freedesktop.DBus.Properties", "Get",
+        g_variant_new("(ss)", "org.freedesktop.PolicyKit1.Authority", "BackendVersion"), nullptr,
+        G_DBUS_CALL_FLAGS_NONE, static_cast<int>(seconds) * 1000, nullptr, nullptr);
     const bool answers = answer != nullptr;
     if (answer) g_variant_unref(answer);
     g_object_unref(bus);
+    alarm(0);
     return answers;
 }
 
-int ping() {
-    limitTime();
-    return polkitAnswers() && send(STDIN_FILENO, "R", 1, MSG_NOSIGNAL) == 1 ? 0 : 1;
+/// Waits until it is time to look again; false when the client has gone.
+bool isWanted() {
+    pollfd client{STDIN_FILENO, POLLIN, 0};
+    return poll(&client, 1, kInterval) == 0;
+}
+
+int watch() {
+    if (!polkitAnswers(kPatience) || send(STDIN_FILENO, "R", 1, MSG_NOSIGNAL) != 1) return 1;
+    while (isWanted())
+        if (!polkitAnswers(kPatienceWhileAsking)) return 1;
+    return 0;
 }
 
 } // namespace
 
 int main(int count, char** arguments) {
-    // No process of the same user may look into this one or take its socket.
-    prctl(PR_SET_DUMPABLE, 0);
-    if (count > 1) return std::strcmp(arguments[1], "--ping") == 0 ? ping() : 1;
-    return Agent().run();
+    // The superuser can read every program, and needs no shield from other users.
+    const bool wasShielded = startedShielded() || geteuid() == 0;
+    if (!shieldProcess()) return 1;
+    if (count > 1) return std::strcmp(arguments[1], "--watch") == 0 ? watch() : 1;
+    return wasShielded ? Agent().run() : 1;
 }

@@ -188,13 +188,14 @@ void PasswordListener::State::end(Outcome outcome) {
             g_signal_handlers_disconnect_by_data(cancellable, this);
         }
     }
+    // First, for the program that asked may end this one as soon as polkit knows.
+    hooks_.end(outcome);
     if (outcome == Outcome::cancelled) {
         g_task_return_new_error(task.get(), POLKIT_ERROR, POLKIT_ERROR_CANCELLED, "cancelled");
     } else {
         // polkit has learnt from the prover whether the user is who they say.
         g_task_return_boolean(task.get(), TRUE);
     }
-    hooks_.end(outcome);
 }
 
 PasswordListener::PasswordListener(Hooks hooks)

@@ -11,13 +11,18 @@ import unittest
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
 
 from administration import Administration
-from session import USER, as_user
+from session import UID, USER, as_user
 
 ADMINISTRATOR = os.environ.get("WORLD_ADMINISTRATOR", "")
 COLLEAGUE = os.environ.get("WORLD_COLLEAGUE", "")
 HELPER = "/usr/local/libexec/quorvane/privileged-helper"
+AGENT = os.path.dirname(HELPER) + "/password-agent"
+PKEXEC = "/usr/bin/pkexec"
+PROVERS = ("/usr/lib/polkit-1/polkit-agent-helper-1", "/usr/libexec/polkit-agent-helper-1")
+GRANTED, DENIED, CANCELLED, INTERNAL, TOOL_FAILED = 0, -60005, -60006, -60008, -60031
 PATIENCE = 60
 HOME = "/Users/" + USER
+NOTE = "/run/user/%d/note" % UID
 
 
 # What this script starts need not know them.
@@ -82,6 +87,36 @@ class Client:
     def ask(self, *words):
         self.order(*words)
         return self.answer()
+
+
+class ServiceClient(Client):
+    """One that uses the authorization service itself."""
+
+    agent = ""  # the desktop's, by which it can be asked
+
+    def login(self, user, word=None):
+        return int(self.ask("login", user, PASSWORDS[user] if word is None else word)[0])
+
+    def start(self):
+        return int(self.ask("start")[0])
+
+    def run(self, *words):
+        """Status and reason."""
+        return tuple(map(int, self.ask("run", *words)[:2]))
+
+
+def with_agent(*answer):
+    """A client with a desktop agent that gives this answer."""
+    if os.path.exists(NOTE):
+        os.unlink(NOTE)
+    return ServiceClient(ServiceClient.agent, "--note", NOTE, *answer)
+
+
+def notes():
+    if not os.path.exists(NOTE):
+        return []
+    with open(NOTE, encoding="utf-8") as file:
+        return file.read().split()
 
 
 class WithAdministration(unittest.TestCase):

@@ -13,42 +13,13 @@ import subprocess
 import sys
 import unittest
 
-from clients import ADMINISTRATOR, COLLEAGUE, HELPER, HOME, PASSWORDS, Client, WithAdministration, \
-    processes, wait_until
+from clients import ADMINISTRATOR, AGENT, CANCELLED, COLLEAGUE, DENIED, GRANTED, HELPER, HOME, \
+    INTERNAL, PASSWORDS, TOOL_FAILED, ServiceClient, WithAdministration, notes, processes, \
+    wait_until, with_agent
 from administration import Administration
 from session import UID, USER, as_user, in_session
 
-GRANTED, DENIED, CANCELLED, INTERNAL, TOOL_FAILED = 0, -60005, -60006, -60008, -60031
 EPERM, EINVAL, EPIPE, ELOOP = 1, 22, 32, 40
-NOTE = "/run/user/%d/note" % UID
-
-
-class ServiceClient(Client):
-    """One that uses the authorization service itself."""
-
-    def login(self, user, word=None):
-        return int(self.ask("login", user, PASSWORDS[user] if word is None else word)[0])
-
-    def start(self):
-        return int(self.ask("start")[0])
-
-    def run(self, *words):
-        """Status and reason."""
-        return tuple(map(int, self.ask("run", *words)[:2]))
-
-
-def with_agent(*answer):
-    """A client with a desktop agent that gives this answer."""
-    if os.path.exists(NOTE):
-        os.unlink(NOTE)
-    return ServiceClient(AGENT, "--note", NOTE, *answer)
-
-
-def notes():
-    if not os.path.exists(NOTE):
-        return []
-    with open(NOTE, encoding="utf-8") as file:
-        return file.read().split()
 
 
 class Credentials(WithAdministration):
@@ -107,8 +78,7 @@ class Credentials(WithAdministration):
     def test_the_agent_has_gone_once_the_right_is_there(self):
         with ServiceClient() as client:
             self.assertEqual(client.login(ADMINISTRATOR), GRANTED)
-            agent = os.path.dirname(HELPER) + "/password-agent"
-            wait_until(lambda: not processes(agent))
+            wait_until(lambda: not processes(AGENT))
 
 
 class Dialog(WithAdministration):
@@ -404,6 +374,6 @@ class SystemTrouble(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    ServiceClient.program, AGENT = sys.argv[1:3]
+    ServiceClient.program, ServiceClient.agent = sys.argv[1:3]
     pwd.getpwnam(ADMINISTRATOR)
     unittest.main(argv=sys.argv[:1] + sys.argv[3:], verbosity=2)

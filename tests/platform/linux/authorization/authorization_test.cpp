@@ -67,18 +67,29 @@ protected:
     const std::shared_ptr<Authorization> service_ = makeAuthorization(
         std::make_shared<testing::StubIdentity>(), {.pkexec = scratch_ / "pkexec",
                                                     .helper = scratch_ / "helper",
-                                                    .passwordAgent = scratch_ / "agent"});
+                                                    .passwordAgent = scratch_ / "agent",
+                                                    .agentTest = testing::trustScripts});
 };
 
 /// Says that the tool with the first number has ended.
 const std::string kEndFirst = "printf '\\1\\0\\0\\0\\2\\0\\0\\0\\0\\0\\0\\0' >&0\n";
 const std::string kAgentReady = "printf R >&0\n";
+/// Sees that polkit answers, where it is started as a watch.
+const std::string kWatch = "if [ \"$1\" = --watch ]; then printf R >&0; exec cat >/dev/null; fi\n";
 
 TEST_F(LinuxAuthorizationTest, AsksNobodyWherePolkitDoesNotAnswer) {
     setPkexec(kGrant + kStay);
     setAgent("exit 1\n");
     EXPECT_EQ(ask(create()), kAuthorizationDenied);
     EXPECT_EQ(contentOf(scratch_ / "asked"), "");
+}
+
+TEST_F(LinuxAuthorizationTest, GivesUpWhenPolkitNoLongerAnswers) {
+    setPkexec("trap '' TERM HUP; exec sleep 1000\n");
+    setAgent("printf R >&0; [ \"$1\" = --watch ] || " + kStay + "sleep 0.2\n");
+    EXPECT_EQ(ask(create()), kAuthorizationInternal);
+    EXPECT_EQ(askWithCredentials(create()), kAuthorizationInternal);
+    EXPECT_TRUE(eventually([] { return !hasChildren(); }));
 }
 
 TEST_F(LinuxAuthorizationTest, AsksOnceAndRunsToolsThen) {
@@ -154,7 +165,7 @@ TEST_F(LinuxAuthorizationTest, DoesNotAskWithoutInteraction) {
 TEST_F(LinuxAuthorizationTest, LetsTheAgentAnswerForCredentials) {
     const Path got = scratch_ / "got";
     // The agent has the credentials by the time that the question comes, and goes after it.
-    setAgent(kAgentReady + "head -c 12 >" + got + "\n" + kStay);
+    setAgent(kWatch + kAgentReady + "head -c 12 >" + got + "\n" + kStay);
     setPkexec("while [ ! -s " + got + " ]; do sleep 0.01; done\n" + kGrant + kEndFirst + kStay);
     const auto reference = create();
     EXPECT_EQ(askWithCredentials(reference), kAuthorizationSuccess);
@@ -180,8 +191,10 @@ TEST_F(LinuxAuthorizationTest, SaysWhenTheAgentIsOfNoUse) {
     std::filesystem::remove(scratch_ / "agent");
     setPkexec(kGrant + kStay);
     EXPECT_EQ(askWithCredentials(create()), kAuthorizationInternal);
-    setAgent("exit 1\n");
-    EXPECT_EQ(askWithCredentials(create()), kAuthorizationInternal);
+    for (const std::string& watch : {std::string(), kWatch}) {
+        setAgent(watch + "exit 1\n");
+        EXPECT_EQ(askWithCredentials(create()), kAuthorizationInternal);
+    }
     EXPECT_FALSE(std::filesystem::exists(scratch_ / "asked"));
 }
 

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <string>
 
+#include "platform/linux/authorization/socket_child.h"
 #include "tests/platform/linux/scratch_folder.h"
 
 namespace quorvane::testing {
@@ -21,6 +22,11 @@ inline Path addScript(const ScratchFolder& folder, const std::string& name,
                                              std::filesystem::perms::others_read |
                                              std::filesystem::perms::others_exec);
     return script;
+}
+
+/// The test of an agent that is a script, which can be read and so would not pass a real one.
+inline bool trustScripts(const Path& /*program*/, const platform::linux_::SocketChild& /*agent*/) {
+    return true;
 }
 
 } // namespace quorvane::testing

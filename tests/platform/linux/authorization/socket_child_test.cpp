@@ -4,6 +4,7 @@
 #include <sys/prctl.h>
 #include <sys/ptrace.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -15,10 +16,10 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/authorization/helper_session.h"
 #include "tests/platform/linux/authorization/children.h"
 #include "tests/platform/linux/authorization/fake_helper.h"
 #include "tests/platform/linux/authorization/script.h"
+#include "tests/platform/linux/child_process.h"
 #include "tests/support/time_limit.h"
 
 namespace quorvane::platform::linux_ {
@@ -44,10 +45,6 @@ protected:
         std::array<char, 4096> message{};
         const auto size = ::recv(socket, message.data(), message.size(), 0);
         return {message.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))};
-    }
-    AuthorizationStatus statusOf(const std::string& lines) const {
-        auto helper = start(lines);
-        return helper ? waitUntilGranted(helper.value()) : kAuthorizationInternal;
     }
     static int errorOf(const Path& program, const Arguments& arguments = {}) {
         const auto child = SocketChild::start(program, arguments, {});
@@ -133,6 +130,28 @@ TEST_F(SocketChildTest, ShieldsTheProcess) {
     EXPECT_EQ(::prctl(PR_GET_DUMPABLE), 0);
 }
 
+TEST_F(SocketChildTest, IsOutOfReachWhereItsProgramCannotBeRead) {
+    QV_NEEDS_SUPERUSER();
+    const Path program = scratch_ / "program";
+    std::filesystem::copy_file("/bin/cat", program);
+    ASSERT_EQ(::chmod(program.c_str(), 0755), 0);
+    testing::asOrdinaryUser(scratch_.path(), [&] {
+        const auto child = SocketChild::start(program, {}, {});
+        ASSERT_TRUE(child);
+        // At first it is still shielded as its parent is.
+        EXPECT_TRUE(eventually([&] { return !child.value().isOutOfReach(); }));
+    });
+    ASSERT_EQ(::chmod(program.c_str(), 0711), 0);
+    testing::asOrdinaryUser(scratch_.path(), [&] {
+        const auto child = SocketChild::start(program, {}, {});
+        ASSERT_TRUE(child);
+        for (int look = 0; look < 100; ++look) {
+            EXPECT_TRUE(child.value().isOutOfReach());
+            std::this_thread::sleep_for(1ms);
+        }
+    });
+}
+
 /// Another process that traces a thread of this one, until it goes.
 class Tracer {
 public:
@@ -194,25 +213,6 @@ TEST_F(SocketChildTest, IsNotStartedWhileAnotherTracesASingleThread) {
     isOver.notify_all();
     traced.join();
     EXPECT_EQ(errorOf("/bin/true"), 0);
-}
-
-TEST_F(SocketChildTest, GrantsTheRightWithTheFirstAnswer) {
-    EXPECT_EQ(statusOf(kGrant + kStay), kAuthorizationSuccess);
-    EXPECT_EQ(statusOf(kGrant + "exit 126\n"), kAuthorizationSuccess);
-}
-
-TEST_F(SocketChildTest, TellsADismissedDialogFromEveryOtherEnd) {
-    EXPECT_EQ(statusOf("exit 126\n"), kAuthorizationCanceled);
-    EXPECT_EQ(statusOf("exit 127\n"), kAuthorizationDenied);
-    EXPECT_EQ(statusOf("exit 0\n"), kAuthorizationDenied);
-    EXPECT_EQ(statusOf("kill -KILL $$\n"), kAuthorizationDenied);
-    EXPECT_TRUE(eventually([] { return !hasChildren(); }));
-}
-
-TEST_F(SocketChildTest, TakesNothingElseForAGrant) {
-    EXPECT_EQ(statusOf("echo hello >&0; exec sleep 0.1\n"), kAuthorizationDenied);
-    EXPECT_EQ(statusOf("printf '\\0\\0\\0\\0\\3\\0\\0\\0\\0\\0\\0\\0' >&0\n" + kStay),
-              kAuthorizationDenied);
 }
 
 } // namespace
