@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <ctime>
 
+#include "platform/linux/mount_table.h"
 #include "platform/linux/open_folders.h"
 #include "platform/linux/small_file.h"
 #include "platform/linux/trash_hand_over.h"
@@ -178,6 +179,7 @@ bool TrashFolder::move(const TrashItem& item, const std::string& name) const {
 
 Result<void> TrashFolder::take(const TrashItem& item) const {
     if (!isNameOfItem(item.name)) return systemError(EINVAL);
+    if (auto checked = checkHoldsNoMount(item.folder, item.name.c_str()); !checked) return checked;
     const std::string info = trashInfo(recordedPath(item), std::time(nullptr));
 
     // The superuser's hold on the very item, which the Trash's owner could swap once it is there.

@@ -41,8 +41,8 @@ public:
     /// The files folder's path without links.
     Result<Path> filesPath() const;
 
-    /// Writes the item's info, then moves the item; EXDEV when it is on another volume. After a
-    /// failure the item is where it was and the info is gone.
+    /// Writes the item's info, then moves the item; EXDEV when it is on another volume, EBUSY where
+    /// a mount would be taken along. After a failure the item is where it was and the info is gone.
     Result<void> take(const TrashItem& item) const;
 
     /// Writes the info of an item that another program is about to put into the files folder under

@@ -7,6 +7,7 @@
 #include <regex>
 #include <thread>
 
+#include "tests/platform/linux/child_process.h"
 #include "tests/platform/linux/trash_fixture.h"
 
 namespace quorvane::platform::linux_ {
@@ -142,6 +143,20 @@ TEST_F(TrashTest, AFolderThatHoldsTheTrashStays) {
     EXPECT_EQ(trash.recycle(scratch.path(), {"home"}).error().code, EINVAL);
     EXPECT_TRUE(exists(files));
     EXPECT_THAT(entries(infos), IsEmpty());
+}
+
+TEST_F(TrashTest, AFolderInWhichAnotherIsMountedStays) {
+    QV_NEEDS_SUPERUSER();
+    scratch.addFile("source/tree/file", "content");
+    scratch.addFolder("source/tree/inner/bound");
+    scratch.addFile("elsewhere/file", "bound");
+    testing::inPrivateMounts([&] {
+        testing::bindFolder(scratch / "elsewhere", source + "/tree/inner/bound");
+        EXPECT_EQ(recycle({"tree"}), EBUSY);
+        EXPECT_EQ(contentOf(source + "/tree/inner/bound/file"), "bound");
+        EXPECT_THAT(entries(files), IsEmpty());
+        EXPECT_THAT(entries(infos), IsEmpty());
+    });
 }
 
 TEST_F(TrashTest, RecordsThePathWithoutDotsAndDoubledSlashes) {
