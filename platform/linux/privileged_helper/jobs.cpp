@@ -67,15 +67,15 @@ bool wouldReplace(const Command& command, std::uint32_t operand) {
 
 } // namespace
 
-Started start(const Command& command, const ProtectedFolders& protectedFolders, int output) {
+Started start(const Command& command, const ProtectedFolders* protectedFolders, int output) {
     std::array<Place, 2> places;
     const auto makeMissing = command.job == Job::makeFolder ? MakeMissing::yes : MakeMissing::no;
     for (std::uint32_t index = 0; index < command.operandCount; ++index) {
         Place& place = places.at(index);
         place = openPlace(command.operands.at(index), makeMissing);
         if (place.error != 0) return {place.error, 0, {}};
-        if (wouldReplace(command, index) &&
-            protectedFolders.contains(command.operands.at(index), place))
+        if (protectedFolders != nullptr && wouldReplace(command, index) &&
+            protectedFolders->contains(command.operands.at(index), place))
             return {EPERM, 0, {}};
     }
     if (command.job == Job::move) return move(command, places[0], places[1], output);

@@ -16,6 +16,7 @@ struct Started {
 /// Refuses what must not be: EPERM for a protected folder that would be removed, moved or replaced,
 /// EBUSY for a removal or a move of a folder in which anything is mounted, EISDIR for a move onto
 /// another folder, EEXIST where something is in the way that may not be replaced.
-Started start(const Command& command, const ProtectedFolders& protectedFolders, int output);
+/// Null protects no folders.
+Started start(const Command& command, const ProtectedFolders* protectedFolders, int output);
 
 } // namespace quorvane::platform::linux_::helper
