@@ -98,7 +98,8 @@ public:
     /// could not be finished: the system is out of means, or the tree was changed too much.
     virtual Result<void> walkTree(const Path& folder, ItemSizes sizes, TreeVisitor& visitor) = 0;
     /// Deletes an item, a folder with all below it; never follows a symbolic link, the final one
-    /// included. Stops at the first item that cannot be deleted.
+    /// included. Stops at the first item that cannot be deleted. EBUSY, with nothing deleted, where
+    /// anything is mounted on the item or below it.
     virtual Result<void> removeItem(const Path& path) = 0;
     /// Copies an item, a folder with all below it, with permissions, times, extended attributes and
     /// holes, and with its owner where the process may keep that. Links are copied as links; what
@@ -108,7 +109,8 @@ public:
     /// Moves an item; onto another volume by copying it and then deleting the source, which fails
     /// beforehand where that cannot be deleted, as far as can be known, and with ESTALE where it
     /// changed meanwhile: what is new stays, beside the whole copy. Fails with EEXIST where the
-    /// destination exists; an item moved to its own path is there already.
+    /// destination exists; an item moved to its own path is there already. EBUSY where a mount would
+    /// be taken along.
     virtual Result<void> moveItem(const Path& source, const Path& destination) = 0;
     /// Makes a folder and the missing ones above it; an existing folder is success.
     virtual Result<void> createDirectories(const Path& path) = 0;

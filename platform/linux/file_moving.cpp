@@ -8,6 +8,7 @@
 
 #include "platform/linux/file_copying.h"
 #include "platform/linux/file_removal.h"
+#include "platform/linux/mount_table.h"
 #include "platform/linux/posix.h"
 
 namespace quorvane::platform::linux_ {
@@ -25,7 +26,9 @@ Result<void> moveTree(const Path& source, const Path& destination) {
     if (!from) return from.error();
     const Result<ItemPlace> to = openParent(destination);
     if (!to) return to.error();
-    Result<void> moved = renameItem(from.value(), to.value());
+    Result<void> moved = checkHoldsNoMount(from.value().folder.get(), from.value().name.c_str());
+    if (!moved) return moved;
+    moved = renameItem(from.value(), to.value());
     if (moved) return moved;
     if (moved.error().code == EEXIST && areOnePath(source, destination)) return {};
     if (moved.error().code != EXDEV) return moved;

@@ -6,8 +6,9 @@
 
 namespace quorvane::platform::linux_ {
 
-/// As FileManager::moveItem. ESTALE where the source changed while it was copied onto another
-/// volume: what is new stays there, beside the whole copy.
+/// As FileManager::moveItem. EBUSY, beforehand, where a mount would be taken along. ESTALE where
+/// the source changed while it was copied onto another volume: what is new stays there, beside the
+/// whole copy.
 Result<void> moveTree(const Path& source, const Path& destination);
 
 /// The same within one volume; EXDEV onto another.

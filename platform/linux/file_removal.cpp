@@ -10,6 +10,7 @@
 
 #include "platform/linux/directory.h"
 #include "platform/linux/folder_trail.h"
+#include "platform/linux/mount_table.h"
 #include "platform/linux/posix.h"
 
 namespace quorvane::platform::linux_ {
@@ -102,7 +103,7 @@ Result<void> TreeRemoval::enter(const std::string& name) {
     if (!folder) return removeUnopened(name, errno);
     const Result<FolderIdentity> identity = identify(folder);
     if (!identity) return identity.error();
-    if (identity.value().mount != trail_.identity().mount) return systemError(EBUSY);
+    if (!areOnOneMount(identity.value(), trail_.identity())) return systemError(EBUSY);
     Result<std::vector<DirectoryEntry>> entries = readEntries(folder.get());
     if (!entries && entries.error().code == ENOENT) return {};
     if (!entries) return entries.error();
@@ -187,7 +188,10 @@ Result<void> removeTree(const Path& path) {
     return place ? removeTree(place.value()) : place.error();
 }
 
-Result<void> removeTree(const ItemPlace& place) { return remove(place, Folders::asTheyAre); }
+Result<void> removeTree(const ItemPlace& place) {
+    const auto checked = checkHoldsNoMount(place.folder.get(), place.name.c_str());
+    return checked ? remove(place, Folders::asTheyAre) : checked;
+}
 
 Result<void> removeUnfinished(const ItemPlace& place) {
     return remove(place, geteuid() == 0 ? Folders::asTheyAre : Folders::madeAccessible);

@@ -41,8 +41,8 @@ private:
 
 /// Deletes an item, a folder with all below it. Walks by descriptor, so that neither the depth of a
 /// tree nor a folder that is swapped for a link meanwhile leads astray. What another process
-/// deletes meanwhile counts as deleted. A folder where another file system is mounted is EBUSY, and
-/// nothing on that file system is touched.
+/// deletes meanwhile counts as deleted. Where something is mounted on the item or below it, nothing
+/// is removed: EBUSY. What is mounted meanwhile is not touched.
 Result<void> removeTree(const Path& path);
 Result<void> removeTree(const ItemPlace& place);
 

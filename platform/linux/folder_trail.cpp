@@ -23,6 +23,10 @@ Result<FolderIdentity> identify(const Descriptor& folder) {
                           tellsMount ? status.stx_mnt_id : 0};
 }
 
+bool areOnOneMount(const FolderIdentity& one, const FolderIdentity& other) {
+    return one.mount == other.mount && (one.mount != 0 || one.device == other.device);
+}
+
 void FolderTrail::enter(Descriptor folder, const FolderIdentity& identity, By by) {
     if (levels_.size() >= kMostOpen) {
         const std::size_t distant = levels_.size() - kMostOpen;

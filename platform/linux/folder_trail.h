@@ -21,6 +21,10 @@ struct FolderIdentity {
 
 Result<FolderIdentity> identify(const Descriptor& folder);
 
+/// Whether nothing is mounted between two folders; by their volumes where the kernel does not tell
+/// the mounts.
+bool areOnOneMount(const FolderIdentity& one, const FolderIdentity& other);
+
 /// The way from a first folder down to the current one, by descriptor: no path is looked up again,
 /// so that neither the depth of a tree nor a folder that is swapped meanwhile leads astray. Few of
 /// them stay open; the others are opened again through ".." on the way back.

@@ -9,6 +9,12 @@
 #include "platform/linux/posix.h"
 
 namespace quorvane::platform::linux_ {
+namespace {
+
+/// Read at once where a file tells no size, as those of /proc do.
+constexpr std::size_t kLeastPiece = 4096;
+
+} // namespace
 
 Result<Bytes> readSmallFile(const Path& path, std::size_t limit) {
     const Descriptor file(retryInterrupted(
@@ -22,7 +28,7 @@ Result<Bytes> readSmallFile(const Path& path, std::size_t limit) {
     Bytes content;
     std::size_t length = 0;
     const auto stated = static_cast<std::size_t>(status.st_size);
-    content.resize(stated < limit ? stated + 1 : limit + 1);
+    content.resize(std::min(std::max(stated, kLeastPiece), limit) + 1);
     while (length <= limit) {
         if (length == content.size()) content.resize(std::min(2 * length, limit + 1));
         const ssize_t count = retryInterrupted(

@@ -3,10 +3,12 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <optional>
 #include <utility>
 
 #include "platform/UserIdentity.h"
 #include "platform/linux/open_folders.h"
+#include "platform/linux/trash_info.h"
 
 namespace quorvane::platform::linux_ {
 namespace {
@@ -28,24 +30,43 @@ bool areOnOneDevice(int folder, const Path& other) {
     return ::stat(other.c_str(), &status) == 0 && isOnDevice(folder, status.st_dev);
 }
 
-std::optional<struct stat> statusOf(const Path& path) {
+bool exists(const Path& path) {
     struct stat status {};
-    if (::lstat(path.c_str(), &status) == -1) return std::nullopt;
-    return status;
-}
-
-// An item that was moved or copied to another's place differs from it at least in the time of its
-// last change, even if it has got the same number.
-bool isSameItem(const struct stat& one, const struct stat& other) {
-    return one.st_dev == other.st_dev && one.st_ino == other.st_ino &&
-           one.st_ctim.tv_sec == other.st_ctim.tv_sec &&
-           one.st_ctim.tv_nsec == other.st_ctim.tv_nsec;
+    return ::lstat(path.c_str(), &status) == 0;
 }
 
 std::pair<Path, std::string> split(const Path& path) {
     const auto slash = path.rfind('/');
     if (slash == Path::npos) return {".", path};
     return {slash == 0 ? "/" : path.substr(0, slash), path.substr(slash + 1)};
+}
+
+// Where a folder stands, links resolved; null where it cannot be opened.
+MaybePath realPath(const Path& folder) {
+    const Descriptor opened = openFolder(AT_FDCWD, folder.c_str(), LastLink::follow);
+    if (!opened) return std::nullopt;
+    auto path = pathOf(opened.get());
+    return path ? MaybePath(std::move(path.value())) : std::nullopt;
+}
+
+bool liesWithin(const Path& folder, const MaybePath& top) {
+    return top && (folder + "/").starts_with(*top + "/");
+}
+
+bool liesInTrashOfVolume(const Path& folder, uid_t user) {
+    const std::string number = std::to_string(user);
+    const Path ended = folder + "/";
+    return ended.find("/.Trash-" + number + "/files/") != Path::npos ||
+           ended.find("/.Trash/" + number + "/files/") != Path::npos;
+}
+
+// A free name in a folder; the name itself where none is found.
+Path freePath(const Path& folder, const std::string& name) {
+    for (int attempt = 0; attempt < kTrashNameAttempts; ++attempt) {
+        Path path = folder + "/" + trashNameToTry(name, attempt);
+        if (!exists(path)) return path;
+    }
+    return folder + "/" + name;
 }
 
 } // namespace
@@ -91,30 +112,40 @@ Result<void> Trash::recycle(const Path& folder, const std::vector<std::string>& 
     return {};
 }
 
+bool Trash::holds(const Path& destination) {
+    const Path folder = split(destination).first;
+    return homeTrashWithFilesAt(folder) || isInAnyTrash(folder);
+}
+
+bool Trash::isInAnyTrash(const Path& folder) {
+    const auto owner = trashOwner(*identity_);
+    const MaybePath place = owner ? realPath(folder) : std::nullopt;
+    return place && (liesWithin(*place, realPath(owner->dataHome + "/Trash/files")) ||
+                     liesWithin(*place, realPath(owner->home + "/.Trash")) ||
+                     liesInTrashOfVolume(*place, owner->uid));
+}
+
 TrashAnnouncement Trash::announce(const Path& item, const Path& destination) {
     const auto [folder, name] = split(destination);
     const auto home = homeTrashWithFilesAt(folder);
-    if (!home) return {destination, {}};
+    if (!home) return {isInAnyTrash(folder) ? freePath(folder, name) : destination};
     const auto files = home->filesPath();
-    if (!files) return {destination, {}};
-    TrashAnnouncement announced{files.value() + "/" + name, {}};
-    const auto status = statusOf(announced.destination);
-    // A folder is never replaced: what is there keeps its info.
-    if (status && S_ISDIR(status->st_mode)) return announced;
-    if (status) announced.older = {*status, home->infoOf(name)};
+    if (!files) return {destination};
+    const auto reserved = home->reserve(item, name);
+    if (reserved) return {files.value() + "/" + reserved.value(), true};
     // The item is moved all the same where there can be no info: it shows in the Trash folder then,
     // if not in the desktop's list.
-    (void)home->record(item, name);
-    return announced;
+    return {freePath(files.value(), name)};
 }
 
 void Trash::withdraw(const TrashAnnouncement& announced) {
-    const auto& [destination, older] = announced;
-    const auto status = statusOf(destination);
-    if (status && !(older && isSameItem(older->status, *status))) return; // it has come
-    const auto [folder, name] = split(destination);
-    if (const auto home = homeTrashWithFilesAt(folder))
-        home->restore(name, status ? older->info : Bytes());
+    if (!exists(announced.destination)) cancel(announced);
+}
+
+void Trash::cancel(const TrashAnnouncement& announced) {
+    if (!announced.isRecorded) return;
+    const auto [folder, name] = split(announced.destination);
+    if (const auto home = homeTrashWithFilesAt(folder)) home->withdraw(name);
 }
 
 // The home Trash if its files are what the path leads to.

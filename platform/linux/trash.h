@@ -1,11 +1,8 @@
 // The user's Trash after the freedesktop.org Trash specification.
 #pragma once
 
-#include <sys/stat.h>
-
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,14 +18,8 @@ namespace quorvane::platform::linux_ {
 
 /// An item that a tool is about to move.
 struct TrashAnnouncement {
-    /// What is in the item's way in the Trash, and gives way only if the move succeeds.
-    struct Older {
-        struct stat status;
-        Bytes info; ///< empty where it has none
-    };
-
-    Path destination; ///< the path to move it to
-    std::optional<Older> older;
+    Path destination; ///< the path to move it to; a free one in the Trash
+    bool isRecorded = false;
 };
 
 /// The superuser works in the Trash of the console user; without one every operation fails with
@@ -42,18 +33,23 @@ public:
     /// Trash.
     Result<void> recycle(const Path& folder, const std::vector<std::string>& names);
 
-    /// Prepares for a tool that will itself move the item to a destination in `~/.Trash`: writes
-    /// the item's info, so that the desktop can put it back, and answers the path to move it to,
-    /// which has no links. Any other destination, and one in a `~/.Trash` that is a folder of its
-    /// own, is answered as it is.
+    /// Whether a destination lies in the user's Trash, at any depth: in the home Trash, in
+    /// `~/.Trash` whatever that is, or in a volume's.
+    bool holds(const Path& destination);
+    /// Prepares for a tool that will itself move the item to a destination in the Trash, where
+    /// nothing is replaced: answers a path under a name that is free there. In the home Trash that
+    /// has no links, and the item's info is written, so that the desktop can put it back. Any other
+    /// destination is answered as it is.
     TrashAnnouncement announce(const Path& item, const Path& destination);
-    /// Takes an announced item's info back if the item did not come to its destination. What stands
-    /// there still gets its own back.
+    /// Takes an announced item's info back if nothing came to its destination.
     void withdraw(const TrashAnnouncement& announced);
+    /// Takes an announced item's info back: the item did not come, whatever stands there by now.
+    void cancel(const TrashAnnouncement& announced);
 
 private:
     using Folder = std::shared_ptr<const TrashFolder>;
 
+    bool isInAnyTrash(const Path& folder);
     Result<Folder> homeTrash(const TrashOwner& owner);
     Folder homeTrashWithFilesAt(const Path& folder);
 

@@ -2,15 +2,14 @@
 
 #include <fcntl.h>
 #include <linux/fs.h>
-#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <ctime>
 
+#include "platform/linux/mount_table.h"
 #include "platform/linux/open_folders.h"
-#include "platform/linux/small_file.h"
 #include "platform/linux/trash_hand_over.h"
 #include "platform/linux/trash_info.h"
 
@@ -18,21 +17,6 @@ namespace quorvane::platform::linux_ {
 namespace {
 
 constexpr mode_t kInfoMode = 0600;
-/// Several times what the longest path takes, percent-encoded.
-constexpr std::size_t kLongestInfo = 64UL * 1024;
-
-// Names are tried in order at first, then at random in a growing range: free ones are found at once
-// even where thousands of items of one name lie in the Trash.
-constexpr int kOrderedNames = 8;
-constexpr int kNameAttempts = 40;
-
-unsigned long nameNumber(int attempt) {
-    if (attempt < kOrderedNames) return static_cast<unsigned long>(attempt) + 1;
-    std::uint32_t random = 0;
-    ignore(::getrandom(&random, sizeof random, 0)); // zero is a number too
-    const unsigned bits = std::min(32U, static_cast<unsigned>(attempt) - kOrderedNames + 6U);
-    return kOrderedNames + 1 + (random & ((std::uint64_t{1} << bits) - 1));
-}
 
 bool isNameOfItem(const std::string& name) {
     return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos &&
@@ -141,24 +125,22 @@ void TrashFolder::withdraw(const std::string& name) const {
     if (user) ignore(::unlinkat(info_.get(), infoName.c_str(), 0));
 }
 
-Result<void> TrashFolder::record(const Path& item, const std::string& name) const {
+Result<std::string> TrashFolder::reserve(const Path& item, const std::string& name) const {
     if (!isNameOfItem(name)) return systemError(EINVAL);
-    withdraw(name);
-    return writeInfo(name, trashInfo(item, std::time(nullptr)));
-}
-
-Bytes TrashFolder::infoOf(const std::string& name) const {
-    const ActingAs user(rights_);
-    const auto folder = pathOf(info_.get());
-    if (!user || !folder) return {};
-    auto info =
-        readSmallFile(folder.value() + "/" + name + std::string(kTrashInfoSuffix), kLongestInfo);
-    return info ? std::move(info.value()) : Bytes();
-}
-
-void TrashFolder::restore(const std::string& name, const Bytes& info) const {
-    withdraw(name);
-    if (!info.empty()) ignore(writeInfo(name, info));
+    const std::string info = trashInfo(item, std::time(nullptr));
+    Error error;
+    for (int attempt = 0; attempt < kTrashNameAttempts; ++attempt) {
+        std::string free = trashNameToTry(name, attempt);
+        const auto written = writeInfo(free, info);
+        struct stat status {};
+        if (written && ::fstatat(files_.get(), free.c_str(), &status, AT_SYMLINK_NOFOLLOW) == -1 &&
+            errno == ENOENT)
+            return free;
+        if (written) withdraw(free);
+        error = written ? systemError(EEXIST) : written.error();
+        if (error.code != EEXIST) break;
+    }
+    return error;
 }
 
 bool TrashFolder::move(const TrashItem& item, const std::string& name) const {
@@ -178,6 +160,7 @@ bool TrashFolder::move(const TrashItem& item, const std::string& name) const {
 
 Result<void> TrashFolder::take(const TrashItem& item) const {
     if (!isNameOfItem(item.name)) return systemError(EINVAL);
+    if (auto checked = checkHoldsNoMount(item.folder, item.name.c_str()); !checked) return checked;
     const std::string info = trashInfo(recordedPath(item), std::time(nullptr));
 
     // The superuser's hold on the very item, which the Trash's owner could swap once it is there.
@@ -185,8 +168,8 @@ Result<void> TrashFolder::take(const TrashItem& item) const {
         rights_ ? ::openat(item.folder, item.name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC) : -1);
 
     Error error;
-    for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
-        const std::string name = trashName(item.name, nameNumber(attempt));
+    for (int attempt = 0; attempt < kTrashNameAttempts; ++attempt) {
+        const std::string name = trashNameToTry(item.name, attempt);
         if (const auto written = writeInfo(name, info); !written) {
             error = written.error();
         } else if (move(item, name)) {

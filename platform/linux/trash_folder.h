@@ -41,17 +41,15 @@ public:
     /// The files folder's path without links.
     Result<Path> filesPath() const;
 
-    /// Writes the item's info, then moves the item; EXDEV when it is on another volume. After a
-    /// failure the item is where it was and the info is gone.
+    /// Writes the item's info, then moves the item; EXDEV when it is on another volume, EBUSY where
+    /// a mount would be taken along. After a failure the item is where it was and the info is gone.
     Result<void> take(const TrashItem& item) const;
 
-    /// Writes the info of an item that another program is about to put into the files folder under
-    /// this name, in the place of an older one.
-    Result<void> record(const Path& item, const std::string& name) const;
-    /// The info that stands under this name; empty where there is none that can be read.
-    Bytes infoOf(const std::string& name) const;
-    /// Takes back the info of an item that did not come; what `infoOf` answered before is put back.
-    void restore(const std::string& name, const Bytes& info) const;
+    /// Writes the info of an item that another program is about to put into the files folder, under
+    /// a name that is free in both folders, the name given where it can be. Answers the name.
+    Result<std::string> reserve(const Path& item, const std::string& name) const;
+    /// Takes back the info of an item that did not come.
+    void withdraw(const std::string& name) const;
 
 private:
     TrashFolder(Descriptor info, Descriptor files)
@@ -59,7 +57,6 @@ private:
     static Result<TrashFolder> open(int parent, const char* name, const TrashOwner& owner);
 
     Result<void> writeInfo(const std::string& name, const std::string& content) const;
-    void withdraw(const std::string& name) const;
     bool move(const TrashItem& item, const std::string& name) const;
     void handOver(int item, const std::string& name) const;
     std::string recordedPath(const TrashItem& item) const;

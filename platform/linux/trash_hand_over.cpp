@@ -8,12 +8,11 @@
 #include <vector>
 
 #include "platform/linux/directory.h"
+#include "platform/linux/folder_trail.h"
 #include "platform/linux/open_folders.h"
 
 namespace quorvane::platform::linux_ {
 namespace {
-
-constexpr int kMaxDepth = 200;
 
 // Names in the folder; empty where it cannot be read.
 std::vector<DirectoryEntry> entriesOf(int folder) {
@@ -22,25 +21,60 @@ std::vector<DirectoryEntry> entriesOf(int folder) {
     return entries ? std::move(entries.value()) : std::vector<DirectoryEntry>();
 }
 
+class HandOver {
+public:
+    explicit HandOver(uid_t uid) : uid_(uid) {}
+
+    void handOver(Descriptor folder);
+
+private:
+    void enter(Descriptor folder);
+    bool leave();
+
+    const uid_t uid_;
+    FolderTrail trail_;
+    /// What is still to be looked at in each folder on the way.
+    std::vector<std::vector<DirectoryEntry>> pending_;
+};
+
+void HandOver::handOver(Descriptor folder) {
+    enter(std::move(folder));
+    while (!pending_.empty()) {
+        std::vector<DirectoryEntry>& here = pending_.back();
+        if (here.empty()) {
+            if (!leave()) return;
+            continue;
+        }
+        const std::string name = std::move(here.back().name);
+        here.pop_back();
+        // Opens folders only, so that it need not be known before what each entry is.
+        Descriptor below = openFolder(trail_.folder(), name.c_str(), LastLink::keep);
+        if (below) enter(std::move(below));
+    }
+}
+
+void HandOver::enter(Descriptor folder) {
+    const Result<FolderIdentity> identity = identify(folder);
+    if (!identity) return;
+    if (trail_.depth() > 0 && !areOnOneMount(identity.value(), trail_.identity())) return;
+    pending_.push_back(entriesOf(folder.get()));
+    trail_.enter(std::move(folder), identity.value());
+}
+
 // The folders below come first: as long as the user does not own a folder, nothing can be slipped
 // into it behind the walk.
-void handOver(int folder, uid_t uid, dev_t device, int depth) {
+bool HandOver::leave() {
     struct stat status {};
-    if (depth == kMaxDepth || ::fstat(folder, &status) == -1 || status.st_dev != device) return;
-    for (const DirectoryEntry& entry : entriesOf(folder)) {
-        // Opens folders only, so that it need not be known before what each entry is.
-        const Descriptor below = openFolder(folder, entry.name.c_str(), LastLink::keep);
-        if (below) handOver(below.get(), uid, device, depth + 1);
-    }
-    if (status.st_uid != uid)
-        ignore(::fchownat(folder, "", uid, static_cast<gid_t>(-1), AT_EMPTY_PATH));
+    if (::fstat(trail_.folder(), &status) == 0 && status.st_uid != uid_)
+        ignore(::fchownat(trail_.folder(), "", uid_, static_cast<gid_t>(-1), AT_EMPTY_PATH));
+    pending_.pop_back();
+    return trail_.leave().ok();
 }
 
 } // namespace
 
 void handOverFolders(int folder, uid_t uid) {
-    struct stat status {};
-    if (::fstat(folder, &status) == 0) handOver(folder, uid, status.st_dev, 0);
+    HandOver(uid).handOver(openFolder(folder, ".", LastLink::keep));
 }
 
 } // namespace quorvane::platform::linux_

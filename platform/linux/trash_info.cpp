@@ -1,8 +1,13 @@
 #include "platform/linux/trash_info.h"
 
+#include <sys/random.h>
+
+#include <algorithm>
 #include <array>
+#include <cstdint>
 
 #include "platform/linux/percent_encoding.h"
+#include "platform/linux/posix.h"
 
 namespace quorvane::platform::linux_ {
 namespace {
@@ -10,6 +15,17 @@ namespace {
 constexpr std::size_t kMaxName = 255 - kTrashInfoSuffix.size();
 // A longer "extension" is a part of the name that happens to follow a dot.
 constexpr std::size_t kMaxExtension = 32;
+
+// Tried in order, before others at random.
+constexpr int kOrderedNames = 8;
+
+unsigned long nameNumber(int attempt) {
+    if (attempt < kOrderedNames) return static_cast<unsigned long>(attempt) + 1;
+    std::uint32_t random = 0;
+    ignore(::getrandom(&random, sizeof random, 0)); // zero is a number too
+    const unsigned bits = std::min(32U, static_cast<unsigned>(attempt) - kOrderedNames + 6U);
+    return kOrderedNames + 1 + (random & ((std::uint64_t{1} << bits) - 1));
+}
 
 // The dot and what follows it; empty for names such as "Notes" or ".profile".
 std::string_view extensionWithDot(std::string_view name) {
@@ -45,6 +61,10 @@ std::string trashName(std::string_view name, unsigned long number) {
     ending += extensionWithDot(name);
     const std::string_view stem = name.substr(0, name.size() - extensionWithDot(name).size());
     return std::string(cut(stem, kMaxName - ending.size())) + ending;
+}
+
+std::string trashNameToTry(std::string_view name, int attempt) {
+    return trashName(name, nameNumber(attempt));
 }
 
 } // namespace quorvane::platform::linux_

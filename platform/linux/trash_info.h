@@ -20,4 +20,10 @@ std::string trashInfo(std::string_view path, std::time_t deleted);
 /// characters where the name is UTF-8.
 std::string trashName(std::string_view name, unsigned long number);
 
+/// How many names are tried before none counts as free.
+inline constexpr int kTrashNameAttempts = 40;
+/// The name to try next: the first ones in order, then at random in a growing range, so that free
+/// ones are found at once even where thousands of items of one name lie in the Trash.
+std::string trashNameToTry(std::string_view name, int attempt);
+
 } // namespace quorvane::platform::linux_

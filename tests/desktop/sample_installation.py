@@ -2,6 +2,7 @@
 
 import os
 import shutil
+import urllib.parse
 from dataclasses import dataclass
 
 import catalogue
@@ -166,13 +167,18 @@ def _finder_litter():
 
 
 def _earlier_trash():
-    """What the user threw away before, some of it under names that are now needed again: each by
-    one machine-wide item only, since such an item can be given two names in a second, not three."""
-    _bundle(TRASH + "/files/Fault Lens.app")
+    """What an uninstall left there before: every name is needed again, some of them by several
+    machine-wide items within a second."""
+    names = {os.path.basename(path) for path in catalogue.APPLICATIONS}
+    for name in names:
+        _bundle(f"{TRASH}/files/{name}")
+    names |= {"com.quorvane.FaultLens.plist"}
+    for name in names:
+        path = urllib.parse.quote(f"{HOME}/old/{name}").encode()
+        material.file(f"{TRASH}/info/{name}.trashinfo",
+                      b"[Trash Info]\nPath=" + path + b"\nDeletionDate=2015-03-04T05:06:07\n")
     material.file(TRASH + "/files/com.quorvane.FaultLens.plist")
-    material.file(TRASH + "/info/Fault Lens.app.trashinfo",
-                  b"[Trash Info]\nPath=/Users/anna/old/Fault%20Lens.app\n"
-                  b"DeletionDate=2015-03-04T05:06:07\n")
+    material.file(TRASH + "/files/com.quorvane.Refresher.plist")  # not written down
 
 
 def clear():

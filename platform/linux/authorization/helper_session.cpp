@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/linux/authorization/link_free_path.h"
+#include "platform/linux/authorization/trash_request.h"
 
 namespace quorvane::platform::linux_ {
 namespace {
@@ -27,14 +28,23 @@ HelperSession::~HelperSession() { settleAll(); }
 PrivilegedExecution HelperSession::run(const Path& tool, const Arguments& arguments) {
     const std::lock_guard lock(mutex_);
     settleAll();
-    Arguments asked = arguments;
-    for (std::string& argument : asked)
+    Arguments plain = arguments;
+    for (std::string& argument : plain)
         if (isOperand(argument)) argument = plainPath(argument);
-    const MaybeTrashed trashed = announce(tool, asked);
-    for (std::string& argument : asked)
-        if (isOperand(argument)) argument = linkFreePath(argument);
+    for (int attempt = 1;; ++attempt) {
+        Arguments asked = plain;
+        const MaybeTrashed trashed = announceInTrash(*trash_, tool, asked);
+        for (std::string& argument : asked)
+            if (isOperand(argument)) argument = linkFreePath(argument);
+        auto execution = conclude(ask(tool, asked), trashed);
+        const bool isTaken = trashed && execution.reason.code == EEXIST;
+        if (!isTaken || attempt == kTrashAttempts) return execution;
+    }
+}
 
-    auto received = ask(tool, asked);
+/// Sees to what was announced, by what the helper answered.
+PrivilegedExecution HelperSession::conclude(Result<ReceivedAnswer> received,
+                                            const MaybeTrashed& trashed) {
     if (!received) {
         // A tool that may run nevertheless keeps its record.
         if (received.error().code != ETIMEDOUT) withdraw(trashed);
@@ -42,7 +52,7 @@ PrivilegedExecution HelperSession::run(const Path& tool, const Arguments& argume
     }
     auto& [answer, pipe] = received.value();
     if (answer.kind == helper::AnswerKind::refused) {
-        withdraw(trashed);
+        if (trashed) trash_->cancel(*trashed);
         return failure(systemError(answer.value));
     }
     // Out of descriptors, a tool's pipe does not arrive, and nobody learns when it ends.
@@ -79,15 +89,6 @@ Result<ReceivedAnswer> HelperSession::receiveAnswer(std::uint32_t id) {
     default:
         return systemError(EPROTO);
     }
-}
-
-/// Writes an item that is about to be moved into the Trash down there, with the destination that
-/// has no links in the arguments.
-HelperSession::MaybeTrashed HelperSession::announce(const Path& tool, Arguments& arguments) {
-    if (tool != "/bin/mv" || arguments.size() != 3 || arguments[0] != "-f") return std::nullopt;
-    auto announced = trash_->announce(arguments[1], arguments[2]);
-    arguments[2] = announced.destination;
-    return announced;
 }
 
 void HelperSession::withdraw(const MaybeTrashed& trashed) {

@@ -50,7 +50,7 @@ private:
 
     Result<ReceivedAnswer> ask(const Path& tool, const Arguments& arguments);
     Result<ReceivedAnswer> receiveAnswer(std::uint32_t id);
-    MaybeTrashed announce(const Path& tool, Arguments& arguments);
+    PrivilegedExecution conclude(Result<ReceivedAnswer> received, const MaybeTrashed& trashed);
     void withdraw(const MaybeTrashed& trashed);
     bool settle(const Run& run);
     void settleAll();

@@ -13,17 +13,21 @@ struct Form {
     std::array<const char*, 3> asked; ///< the options of the request, to the letter
     std::array<const char*, 2> given; ///< what the tool gets for them
     std::uint32_t operandCount;
+    Replace replace = Replace::yes;
 };
 
 // -T: a folder or link at the destination is a thing to be replaced, never a place to go into.
-// A move has no tool: it is a rename, or a copy of the helper's own.
+// Removals and moves have no tool: they are the helper's own work.
+// -nT: the same without replacing anything, as the Trash asks for.
 // --remove-destination: nothing is written through a link or into a file known by other names.
 // -h: of a link the link itself is touched.
-constexpr std::array<Form, 6> kForms{{
-    {Job::remove, "/bin/rm", {"-Rdf"}, {"-Rdf"}, 1},
-    {Job::remove, "/bin/rm", {"-R", "-f"}, {"-Rf"}, 1},
+constexpr std::array<Form, 8> kForms{{
+    {Job::remove, "/bin/rm", {"-Rdf"}, {}, 1},
+    {Job::remove, "/bin/rm", {"-R", "-f"}, {}, 1},
     {Job::move, "/bin/mv", {"-f"}, {}, 2},
+    {Job::move, "/bin/mv", {"-nT"}, {}, 2, Replace::no},
     {Job::copy, "/bin/cp", {"-f", "-p", "-R"}, {"-fpRT", "--remove-destination"}, 2},
+    {Job::copy, "/bin/cp", {"-nT", "-p", "-R"}, {}, 2, Replace::no},
     {Job::makeFolder, "/bin/mkdir", {"-p"}, {"-p"}, 1},
     {Job::touch, "/usr/bin/touch", {"-c"}, {"-ch"}, 1},
 }};
@@ -63,6 +67,7 @@ Command readCommand(const Request& request) {
         command.job = form.job;
         command.tool = form.tool;
         command.options = form.given;
+        command.replace = form.replace;
         command.operandCount = form.operandCount;
         const auto* const first = request.texts.begin() + 1 + optionCount(form);
         std::copy_n(first, form.operandCount, command.operands.begin());

@@ -3,6 +3,7 @@
 
 #include <array>
 
+#include "platform/linux/privileged_helper/place.h"
 #include "platform/linux/privileged_helper/request.h"
 
 namespace quorvane::platform::linux_::helper {
@@ -12,9 +13,10 @@ enum class Job { remove, move, copy, makeFolder, touch };
 struct Command {
     int error = 0; ///< why the request is no command; 0 if it is one
     Job job = Job::remove;
-    const char* tool = nullptr;
+    const char* tool = nullptr; ///< null where the options are those of no command
     /// What the tool gets: the options asked for and those that keep it to the operands as named.
     std::array<const char*, 2> options{};
+    Replace replace = Replace::yes; ///< whether what stands at the destination gives way
     std::uint32_t operandCount = 0;
     std::array<const char*, 2> operands{}; ///< plain absolute paths, in the request's message
 };

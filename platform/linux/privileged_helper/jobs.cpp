@@ -1,7 +1,9 @@
 #include "platform/linux/privileged_helper/jobs.h"
 
-#include <cstdio>
+#include <cstdlib>
 
+#include "platform/linux/file_removal.h"
+#include "platform/linux/mount_table.h"
 #include "platform/linux/privileged_helper/staging.h"
 
 namespace quorvane::platform::linux_::helper {
@@ -10,18 +12,50 @@ namespace {
 constexpr ToolStatus kSucceeded{true, 0};
 constexpr ToolStatus kFailed{true, 1}; // as the tools exit
 
+Started refused(int error) { return {error, 0, {}}; }
+
 Started startedChild(pid_t child) {
-    if (child == -1) return {errno, 0, {}};
+    if (child == -1) return refused(errno);
     return {0, child, {}};
+}
+
+/// What stands at the destination and must stay: a folder, which is neither gone into nor replaced,
+/// and anything at all where nothing may be replaced. 0 where nothing does.
+int obstacleTo(const Command& command, const Place& source, const Place& destination) {
+    struct stat there {};
+    if (!destination.status(there)) return 0;
+    if (command.replace == Replace::no) return EEXIST;
+    struct stat item {};
+    const bool isItself = source.status(item) && item.st_dev == there.st_dev &&
+                          item.st_ino == there.st_ino; // by another spelling, where these are one
+    return S_ISDIR(there.st_mode) && !isItself ? EISDIR : 0;
 }
 
 /// Within a volume a move is one rename, with nothing in between that could be seen or swapped.
 Started move(const Command& command, const Place& source, const Place& destination, int output) {
-    if (::renameat(source.folder.get(), source.name, destination.folder.get(), destination.name) ==
-        0)
-        return {0, 0, kSucceeded};
+    if (const int error = obstacleTo(command, source, destination)) return refused(error);
+    const auto free = checkHoldsNoMount(source.folder.get(), source.name);
+    if (!free) return refused(free.error().code);
+    if (renamePlace(source, destination, command.replace)) return {0, 0, kSucceeded};
+    if (errno == EEXIST) return refused(errno); // it came there just now
     if (errno != EXDEV) return {0, 0, kFailed};
     return startedChild(startStaged(command, source, destination, output));
+}
+
+Started copy(const Command& command, const Place& source, const Place& destination, int output) {
+    struct stat there {};
+    if (command.replace == Replace::no && destination.status(there)) return refused(EEXIST);
+    return startedChild(startStaged(command, source, destination, output));
+}
+
+/// Not by a tool: those go into whatever is mounted in a tree, and empty it.
+Started remove(const Place& place) {
+    const auto free = checkHoldsNoMount(place.folder.get(), place.name);
+    if (!free) return refused(free.error().code);
+    return startedChild(startWork([&] {
+        const auto removed = removeTree(itemAt(place));
+        return removed || removed.error().code == ENOENT ? EXIT_SUCCESS : EXIT_FAILURE;
+    }));
 }
 
 /// Whether a protected folder at the operand would be gone, or be something else, afterwards.
@@ -33,20 +67,20 @@ bool wouldReplace(const Command& command, std::uint32_t operand) {
 
 } // namespace
 
-Started start(const Command& command, const ProtectedFolders& protectedFolders, int output) {
+Started start(const Command& command, const ProtectedFolders* protectedFolders, int output) {
     std::array<Place, 2> places;
     const auto makeMissing = command.job == Job::makeFolder ? MakeMissing::yes : MakeMissing::no;
     for (std::uint32_t index = 0; index < command.operandCount; ++index) {
         Place& place = places.at(index);
         place = openPlace(command.operands.at(index), makeMissing);
         if (place.error != 0) return {place.error, 0, {}};
-        if (wouldReplace(command, index) &&
-            protectedFolders.contains(command.operands.at(index), place))
+        if (protectedFolders != nullptr && wouldReplace(command, index) &&
+            protectedFolders->contains(command.operands.at(index), place))
             return {EPERM, 0, {}};
     }
     if (command.job == Job::move) return move(command, places[0], places[1], output);
-    if (command.job == Job::copy)
-        return startedChild(startStaged(command, places[0], places[1], output));
+    if (command.job == Job::copy) return copy(command, places[0], places[1], output);
+    if (command.job == Job::remove) return remove(places[0]);
     return startedChild(startTool(command.tool, command.options, {places.data()}, output));
 }
 

@@ -13,7 +13,10 @@ struct Started {
 };
 
 /// Opens the places of the operands and starts the command, its output going to the descriptor.
-/// EPERM for a protected folder that would be removed, moved or replaced.
-Started start(const Command& command, const ProtectedFolders& protectedFolders, int output);
+/// Refuses what must not be: EPERM for a protected folder that would be removed, moved or replaced,
+/// EBUSY for a removal or a move of a folder in which anything is mounted, EISDIR for a move onto
+/// another folder, EEXIST where something is in the way that may not be replaced.
+/// Null protects no folders.
+Started start(const Command& command, const ProtectedFolders* protectedFolders, int output);
 
 } // namespace quorvane::platform::linux_::helper

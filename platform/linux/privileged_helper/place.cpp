@@ -10,6 +10,8 @@
 #include <climits>
 #include <cstring>
 
+#include "platform/linux/file_moving.h"
+
 namespace quorvane::platform::linux_::helper {
 namespace {
 
@@ -27,6 +29,17 @@ Descriptor openPart(int folder, const char* name, MakeMissing makeMissing) {
 
 bool Place::status(struct stat& status) const {
     return name != nullptr && ::fstatat(folder.get(), name, &status, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+ItemPlace itemAt(const Place& place) { return {duplicate(place.folder), place.name}; }
+
+bool renamePlace(const Place& source, const Place& destination, Replace replace) {
+    if (replace == Replace::yes)
+        return ::renameat(source.folder.get(), source.name, destination.folder.get(),
+                          destination.name) == 0;
+    const Result<void> renamed = renameItem(itemAt(source), itemAt(destination));
+    if (!renamed) errno = renamed.error().code;
+    return renamed.ok();
 }
 
 Descriptor openBelow(int folder, const char* name) {

@@ -23,6 +23,15 @@ struct Place {
 /// is ELOOP. Missing folders are ENOENT, or made for everybody to read.
 Place openPlace(const char* operand, MakeMissing makeMissing);
 
+/// The same as the kit's file operations take it.
+ItemPlace itemAt(const Place& place);
+
+enum class Replace : bool { no, yes };
+
+/// Renames an item. False with errno set; EEXIST where anything has the name and may not be
+/// replaced.
+bool renamePlace(const Place& source, const Place& destination, Replace replace);
+
 /// Opens a folder in a folder as a place only; a link in its stead is ELOOP. Null with errno set.
 Descriptor openBelow(int folder, const char* name);
 

@@ -67,7 +67,7 @@ private:
     bool carryOut(std::uint32_t id, const Command& command) {
         Pipe output = makePipe();
         if (!output.writing) return refuse(id, errno);
-        const Started started = start(command, protectedFolders_, output.writing.get());
+        const Started started = start(command, &protectedFolders_, output.writing.get());
         if (started.error != 0) return refuse(id, started.error);
         output.writing.reset();
         const ToolStatus status =

@@ -77,8 +77,6 @@ bool mayBeMergedInto(const Place& place) {
     return folder && isSuperusersOwnTree(folder.get());
 }
 
-ItemPlace itemAt(const Place& place) { return {duplicate(place.folder), place.name}; }
-
 int merge(const Command& command, const Place& staged, const Place& destination, int output) {
     const pid_t child = startTool(command.tool, command.options, {&staged, &destination}, output);
     const int status = child == -1 ? EXIT_FAILURE : waitForTool(child, -1).value;
@@ -90,9 +88,7 @@ int merge(const Command& command, const Place& staged, const Place& destination,
 int settle(const Command& command, const Place& staged, const Place& destination, bool merges,
            int output) {
     if (merges) return merge(command, staged, destination, output);
-    if (::renameat(staged.folder.get(), staged.name, destination.folder.get(), destination.name) ==
-        0)
-        return EXIT_SUCCESS;
+    if (renamePlace(staged, destination, command.replace)) return EXIT_SUCCESS;
     ignore(removeTree(itemAt(staged)));
     return EXIT_FAILURE;
 }

@@ -85,6 +85,13 @@ pid_t startTool(const char* tool, const std::array<const char*, 2>& options,
     return -1;
 }
 
+pid_t startWork(const std::function<int()>& work) {
+    const pid_t child = ::fork();
+    if (child != 0) return child;
+    ::close(STDIN_FILENO); // the client's socket is its parent's business
+    ::_exit(work());
+}
+
 ToolStatus waitForTool(pid_t child, int milliseconds) {
     const Descriptor held(::pidfd_open(child, 0));
     if (held) {

@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <initializer_list>
 
 #include "platform/linux/privileged_helper/command.h"
@@ -14,6 +15,10 @@ namespace quorvane::platform::linux_::helper {
 /// going to the descriptor. It has nothing else of this process. -1 with errno set when it cannot.
 pid_t startTool(const char* tool, const std::array<const char*, 2>& options,
                 std::initializer_list<const Place*> operands, int output);
+
+/// Starts work of the helper's own in a child process, which ends with the exit status that the
+/// work returns. -1 with errno set when it cannot.
+pid_t startWork(const std::function<int()>& work);
 
 struct ToolStatus {
     bool ended = false;

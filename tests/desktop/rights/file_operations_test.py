@@ -4,13 +4,14 @@ usage: file_operations_test.py CLIENT     (as the superuser of a private world)
 """
 
 import os
+import shutil
 import subprocess
 import sys
 import unittest
 
 from clients import ADMINISTRATOR, HELPER, HOME, PASSWORDS, Client, WithAdministration, processes, \
     wait_until
-from session import UID
+from session import UID, USER
 
 
 class FileOperations(WithAdministration):
@@ -109,9 +110,134 @@ class FileOperations(WithAdministration):
         self.assertFalse(self.do("moveFile", missing, self.folder + "/moved"))
         self.assertEqual(os.listdir(self.folder), [])
 
+    def test_what_is_mounted_in_a_folder_is_neither_removed_nor_taken_along(self):
+        for name in "precious", "tree", "tree/m", "tree/m/bound":
+            os.mkdir(f"{self.folder}/{name}")
+        for name in "precious/file", "tree/a", "tree/m/a", "tree/z":
+            self.place(name, "content")
+        bound = self.folder + "/tree/m/bound"
+        subprocess.run(["mount", "--bind", self.folder + "/precious", bound], check=True)
+        self.addCleanup(subprocess.run, ["umount", bound], check=True)
+        for order in (("removeFile", self.folder + "/tree"),
+                      ("moveFile", self.folder + "/tree", self.folder + "/moved"),
+                      ("trashFile", self.folder + "/tree")):
+            self.assertFalse(self.do(*order), order)
+            for name in "precious/file", "tree/a", "tree/m/a", "tree/z":
+                self.assertEqual(self.content(name), "content", order)
+            self.assertFalse(os.path.exists(self.folder + "/moved"))
+
     def test_system_folders_are_not_moved(self):
         self.assertFalse(self.do("moveFile", "/Library", self.folder + "/Library"))
         self.assertTrue(os.path.isdir("/Library"))
+
+
+class Superuser(unittest.TestCase):
+    """The kit in a process of the superuser's, which needs no helper. The user is at the console."""
+
+    @classmethod
+    def setUpClass(cls):
+        records = {"seats/seat0": "ACTIVE=c1\n", "sessions/c1": f"CLASS=user\nUSER={USER}\n"}
+        for name, content in records.items():
+            path = "/run/systemd/" + name
+            os.makedirs(os.path.dirname(path), exist_ok=True)
+            with open(path, "w", encoding="ascii") as file:
+                file.write(content)
+
+    @classmethod
+    def tearDownClass(cls):
+        shutil.rmtree("/run/systemd")
+
+    def setUp(self):
+        self.folder = "/Library/" + self.id().rsplit(".", 1)[1]
+        os.mkdir(self.folder)
+        self.addCleanup(shutil.rmtree, self.folder)
+        self.client = Client(user=False)
+        self.addCleanup(self.client.__exit__)
+
+    def do(self, *words):
+        self.client.order(*words)
+        # The superuser has no log, so messages stand among the answers.
+        for _ in range(10):
+            answer = self.client.answer()
+            if answer in (["yes"], ["no"]):
+                return answer == ["yes"]
+        raise AssertionError("no answer")
+
+    def add(self, name, content="content"):
+        path = f"{self.folder}/{name}"
+        os.makedirs(os.path.dirname(path), exist_ok=True)
+        with open(path, "w", encoding="utf-8") as file:
+            file.write(content)
+        return path
+
+    def content(self, name):
+        with open(f"{self.folder}/{name}", encoding="utf-8") as file:
+            return file.read()
+
+    def bind(self, source, place):
+        subprocess.run(["mount", "--bind", source, place], check=True)
+        self.addCleanup(subprocess.run, ["umount", place], check=True)
+
+    def test_a_copy_onto_a_folder_is_merged_and_not_nested(self):
+        self.add("source/new")
+        self.add("copy/old")
+        self.assertTrue(self.do("copyFile", self.folder + "/source", self.folder + "/copy"))
+        wait_until(lambda: os.path.exists(self.folder + "/copy/new"))
+        self.assertEqual(sorted(os.listdir(self.folder + "/copy")), ["new", "old"])
+
+    def test_nothing_is_moved_onto_or_into_a_folder(self):
+        self.add("source/new")
+        self.add("full/old")
+        self.assertFalse(self.do("moveFile", self.folder + "/source", self.folder + "/full"))
+        self.assertEqual(self.content("source/new"), "content")
+        self.assertEqual(os.listdir(self.folder + "/full"), ["old"])
+
+    def test_what_is_mounted_in_a_folder_is_neither_removed_nor_taken_along(self):
+        precious = self.add("precious/file")
+        for name in "tree/a", "tree/m/a", "tree/z":
+            self.add(name)
+        os.mkdir(self.folder + "/tree/m/bound")
+        self.bind(os.path.dirname(precious), self.folder + "/tree/m/bound")
+        for order in (("removeFile", self.folder + "/tree"),
+                      ("moveFile", self.folder + "/tree", self.folder + "/moved"),
+                      ("trashFile", self.folder + "/tree")):
+            self.assertFalse(self.do(*order), order)
+            self.assertEqual(self.content("precious/file"), "content")
+            for name in "tree/a", "tree/m/a", "tree/z":
+                self.assertEqual(self.content(name), "content", order)
+            self.assertFalse(os.path.exists(self.folder + "/moved"))
+
+    def test_items_of_one_name_get_names_of_their_own_in_the_trash(self):
+        # On a volume without a Trash of the user's, items are moved by the tool.
+        volume = "/Volumes/trashless"
+        os.makedirs(volume)
+        subprocess.run(["mount", "-t", "tmpfs", "-o", "mode=755", "volume", volume], check=True)
+        self.addCleanup(subprocess.run, ["umount", volume], check=True)
+        places = [f"{volume}/{number}/A.app" for number in range(4)]
+        for place in places:
+            os.makedirs(place + "/Contents")
+        for place in places:
+            self.assertTrue(self.do("trashFile", place))
+        trash = HOME + "/.local/share/Trash"
+        self.addCleanup(shutil.rmtree, trash)
+        self.assertEqual(len(os.listdir(trash + "/files")), 4)
+        for place in places:
+            self.assertFalse(os.path.exists(place))
+        recorded = []
+        for name in os.listdir(trash + "/info"):
+            with open(f"{trash}/info/{name}", encoding="ascii") as file:
+                recorded.append(file.read().splitlines()[1].removeprefix("Path="))
+            self.assertTrue(os.path.isdir(f"{trash}/files/{name.removesuffix('.trashinfo')}"
+                                          "/Contents"))
+        self.assertEqual(sorted(recorded), places)
+
+    def test_files_are_replaced_by_moves_and_copies(self):
+        self.add("new", "new")
+        self.add("old", "old")
+        self.assertTrue(self.do("copyFile", self.folder + "/new", self.folder + "/old"))
+        wait_until(lambda: self.content("old") == "new")
+        self.assertTrue(self.do("moveFile", self.folder + "/new", self.folder + "/old"))
+        self.assertEqual(os.listdir(self.folder), ["old"])
 
 
 if __name__ == "__main__":

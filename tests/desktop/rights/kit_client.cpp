@@ -5,6 +5,7 @@
 // createEmptyFile PATH
 // copyFile SOURCE DESTINATION
 // moveFile SOURCE DESTINATION
+// removeFile PATH
 // trashFile PATH
 //
 // Words are separated by tabs. Timed forms wait for ten seconds.
@@ -48,6 +49,8 @@ const std::map<std::string, Operation> kOperations = {
      [](const Words& words) {
          return QVFileManager::moveFile(words.at(1), words.at(2), kPatience);
      }},
+    {"removeFile",
+     [](const Words& words) { return QVFileManager::removeFile(words.at(1), kPatience); }},
     {"trashFile",
      [](const Words& words) { return QVFileManager::trashFile(words.at(1), kPatience); }},
 };

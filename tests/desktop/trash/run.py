@@ -371,6 +371,19 @@ class TrashTest(unittest.TestCase):
         self.assert_nothing_recorded(WORLD.trash)
         run("umount", folder / "point")
 
+    def test_an_item_in_which_a_folder_is_mounted_stays(self):
+        WORLD.console(USER)
+        folder, bound = WORLD.fresh_folder(), WORLD.fresh_folder(owner=0)
+        make_tree(folder / "A.app")
+        write(bound / "precious", owner=0)
+        run("mount", "--bind", bound, folder / "A.app/Contents/inner")
+        self.addCleanup(run, "umount", folder / "A.app/Contents/inner")
+        for recycle in WORLD.recycle, WORLD.recycle_as_root:
+            self.assertEqual(recycle(folder, "A.app"), "Device or resource busy")
+            self.assertEqual(names_in(folder / "A.app/Contents/inner"), ["precious"])
+            self.assertEqual(bound.stat().st_uid, 0)
+            self.assert_nothing_recorded(WORLD.trash)
+
     def test_a_full_disk_keeps_the_item(self):
         folder = WORLD.fresh_folder()
         write(folder / "a")

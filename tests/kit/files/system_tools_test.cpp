@@ -20,7 +20,8 @@ namespace {
 class SystemTools : public ::testing::Test {
 protected:
     SystemTools() {
-        system_.services.tools = platform::linux_::makeTools(QV_TOOLS_FOLDER);
+        system_.services.tools =
+            platform::linux_::makeTools(QV_TOOLS_FOLDER, platform::linux_::Superuser::no);
         system_.services.processes = platform::linux_::makeProcesses(system_.services.tools);
     }
 

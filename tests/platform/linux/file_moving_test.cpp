@@ -212,5 +212,24 @@ TEST_F(FileMoving, AllNamesOfOneFileAreMoved) {
     EXPECT_TRUE(contains("outside"));
 }
 
+TEST_F(FileMoving, AMountIsNeverTakenAlong) {
+    QV_NEEDS_SUPERUSER();
+    scratch_.addFile("tree/file", "content");
+    scratch_.addFolder("tree/bound");
+    scratch_.addFile("elsewhere/file", "bound");
+    scratch_.addFolder("to");
+    inPrivateMounts([&] {
+        bindFolder(scratch_ / "elsewhere", scratch_ / "tree/bound");
+        const auto move = [&](const char* name) {
+            const auto moved = files_->moveItem(scratch_ / name, scratch_ / "to/moved");
+            return moved ? 0 : moved.error().code;
+        };
+        EXPECT_EQ(move("tree"), EBUSY);
+        EXPECT_EQ(move("tree/bound"), EBUSY);
+        EXPECT_EQ(contentOf(scratch_ / "tree/bound/file"), "bound");
+        EXPECT_EQ(move("tree/file"), 0);
+    });
+}
+
 } // namespace
 } // namespace quorvane::testing

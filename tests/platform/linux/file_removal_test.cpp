@@ -168,5 +168,81 @@ TEST_F(FileRemoval, NeverCrossesOntoAMountedVolume) {
     });
 }
 
+class FileRemovalAroundMounts : public FileRemoval {
+protected:
+    /// Something before and behind every place where a walk may meet the mount.
+    void addTree() {
+        for (const char* name : {"tree/a", "tree/m/a", "tree/m/z", "tree/z", "tree/z0/deep/file"})
+            scratch_.addFile(name, "kept");
+        scratch_.addFile("elsewhere/file", "bound");
+    }
+    void expectAllThere() {
+        for (const char* name : {"tree/a", "tree/m/a", "tree/m/z", "tree/z", "tree/z0/deep/file"})
+            EXPECT_EQ(contentOf(scratch_ / name), "kept") << name;
+        EXPECT_EQ(contentOf(scratch_ / "elsewhere/file"), "bound");
+    }
+};
+
+TEST_F(FileRemovalAroundMounts, RemovesNothingBesideAVolume) {
+    QV_NEEDS_SUPERUSER();
+    addTree();
+    scratch_.addFolder("tree/m/mounted here");
+    inPrivateMounts([&] {
+        mountVolume("tmpfs", scratch_ / "tree/m/mounted here");
+        EXPECT_EQ(remove("tree").error().code, EBUSY);
+        expectAllThere();
+    });
+}
+
+TEST_F(FileRemovalAroundMounts, RemovesNothingBesideABoundFolder) {
+    QV_NEEDS_SUPERUSER();
+    addTree();
+    scratch_.addFolder("tree/m/bound");
+    inPrivateMounts([&] {
+        bindFolder(scratch_ / "elsewhere", scratch_ / "tree/m/bound");
+        EXPECT_EQ(remove("tree").error().code, EBUSY);
+        EXPECT_EQ(remove("tree/m/bound").error().code, EBUSY);
+        expectAllThere();
+    });
+}
+
+TEST_F(FileRemovalAroundMounts, RemovesNothingBesideABoundFile) {
+    QV_NEEDS_SUPERUSER();
+    addTree();
+    scratch_.addFile("tree/m/bound");
+    inPrivateMounts([&] {
+        bindFolder(scratch_ / "elsewhere/file", scratch_ / "tree/m/bound");
+        EXPECT_EQ(remove("tree").error().code, EBUSY);
+        EXPECT_EQ(remove("tree/m/bound").error().code, EBUSY);
+        expectAllThere();
+    });
+}
+
+TEST_F(FileRemovalAroundMounts, RemovesNothingByAnotherWayToTheFolderOfAMount) {
+    QV_NEEDS_SUPERUSER();
+    addTree();
+    scratch_.addFolder("tree/m/mounted here");
+    scratch_.addFolder("another way");
+    inPrivateMounts([&] {
+        bindFolder(scratch_ / "tree", scratch_ / "another way");
+        mountVolume("tmpfs", scratch_ / "tree/m/mounted here");
+        EXPECT_EQ(remove("another way/m").error().code, EBUSY);
+        expectAllThere();
+        EXPECT_TRUE(remove("another way/z0").ok());
+    });
+}
+
+TEST_F(FileRemovalAroundMounts, RemovesWhatLiesBesideOne) {
+    QV_NEEDS_SUPERUSER();
+    addTree();
+    scratch_.addFolder("tree/z0 volume");
+    inPrivateMounts([&] {
+        mountVolume("tmpfs", scratch_ / "tree/z0 volume");
+        scratch_.addFile("tree/z0 volume/folder/file");
+        EXPECT_TRUE(remove("tree/z0").ok());
+        EXPECT_TRUE(remove("tree/z0 volume/folder").ok());
+    });
+}
+
 } // namespace
 } // namespace quorvane::testing

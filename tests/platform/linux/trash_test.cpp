@@ -7,6 +7,7 @@
 #include <regex>
 #include <thread>
 
+#include "tests/platform/linux/child_process.h"
 #include "tests/platform/linux/trash_fixture.h"
 
 namespace quorvane::platform::linux_ {
@@ -142,6 +143,20 @@ TEST_F(TrashTest, AFolderThatHoldsTheTrashStays) {
     EXPECT_EQ(trash.recycle(scratch.path(), {"home"}).error().code, EINVAL);
     EXPECT_TRUE(exists(files));
     EXPECT_THAT(entries(infos), IsEmpty());
+}
+
+TEST_F(TrashTest, AFolderInWhichAnotherIsMountedStays) {
+    QV_NEEDS_SUPERUSER();
+    scratch.addFile("source/tree/file", "content");
+    scratch.addFolder("source/tree/inner/bound");
+    scratch.addFile("elsewhere/file", "bound");
+    testing::inPrivateMounts([&] {
+        testing::bindFolder(scratch / "elsewhere", source + "/tree/inner/bound");
+        EXPECT_EQ(recycle({"tree"}), EBUSY);
+        EXPECT_EQ(contentOf(source + "/tree/inner/bound/file"), "bound");
+        EXPECT_THAT(entries(files), IsEmpty());
+        EXPECT_THAT(entries(infos), IsEmpty());
+    });
 }
 
 TEST_F(TrashTest, RecordsThePathWithoutDotsAndDoubledSlashes) {
@@ -292,17 +307,46 @@ TEST_F(TrashTest, AnAnnouncedItemGetsItsInfo) {
     EXPECT_TRUE(exists(source + "/a b"));
 }
 
-TEST_F(TrashTest, AnAnnouncedItemReplacesAnOlderInfo) {
-    scratch.addFile("home/.local/share/Trash/info/a.trashinfo", "orphan");
-    (void)trash.announce(source + "/a", *identity->home + "/.Trash/a");
-    EXPECT_EQ(pathLine(infos + "/a.trashinfo"), "Path=" + source + "/a");
+TEST_F(TrashTest, AnAnnouncedItemGetsAFreeName) {
+    scratch.addFile("home/.local/share/Trash/files/a.app/old");
+    scratch.addFile("home/.local/share/Trash/info/a.app.trashinfo", "the folder's");
+    fs::create_symlink("nowhere", files + "/a.2.app");
+    scratch.addFile("home/.local/share/Trash/info/a.3.app.trashinfo", "orphan");
+    const auto announced = trash.announce(source + "/a.app", *identity->home + "/.Trash/a.app");
+    EXPECT_EQ(announced.destination, fs::canonical(files).string() + "/a.4.app");
+    EXPECT_EQ(pathLine(infos + "/a.4.app.trashinfo"), "Path=" + source + "/a.app");
+    EXPECT_THAT(entries(infos),
+                ElementsAre("a.3.app.trashinfo", "a.4.app.trashinfo", "a.app.trashinfo"));
+    EXPECT_EQ(contentOf(infos + "/a.app.trashinfo"), "the folder's");
 }
 
-TEST_F(TrashTest, AnAnnouncedItemLeavesTheInfoOfAFolderThatCannotBeReplaced) {
-    scratch.addFolder("home/.local/share/Trash/files/a");
-    scratch.addFile("home/.local/share/Trash/info/a.trashinfo", "the folder's");
-    trash.withdraw(trash.announce(source + "/a", *identity->home + "/.Trash/a"));
-    EXPECT_EQ(contentOf(infos + "/a.trashinfo"), "the folder's");
+TEST_F(TrashTest, AnnouncedItemsOfOneNameGetNamesOfTheirOwn) {
+    const Path destination = *identity->home + "/.Trash/Notes_20260101000000.";
+    const auto first = trash.announce(source + "/a/Notes", destination);
+    const auto second = trash.announce(source + "/b/Notes", destination);
+    EXPECT_NE(first.destination, second.destination);
+    EXPECT_THAT(entries(infos), SizeIs(2));
+}
+
+TEST_F(TrashTest, AnAnnouncedNameLeavesRoomForTheInfo) {
+    const auto announced = trash.announce(
+        source + "/a", *identity->home + "/.Trash/" + std::string(250, 'n') + "_20260101000000.");
+    EXPECT_LE(fs::path(announced.destination).filename().string().size(), 245U);
+    EXPECT_THAT(entries(infos), SizeIs(1));
+}
+
+TEST_F(TrashTest, AnItemThatCannotBeWrittenDownGetsAFreeNameAllTheSame) {
+    testing::asOrdinaryUser(scratch.path(), [&] {
+        const Path home = scratch.addFolder("own");
+        identity->home = home;
+        scratch.addFile("own/.local/share/Trash/files/a", "older");
+        const Path info = scratch.addFolder("own/.local/share/Trash/info");
+        fs::permissions(info, fs::perms::owner_read | fs::perms::owner_exec);
+        const auto announced = trash.announce(source + "/a", home + "/.Trash/a");
+        EXPECT_EQ(fs::path(announced.destination).filename(), "a.2");
+        EXPECT_FALSE(announced.isRecorded);
+        fs::permissions(info, fs::perms::owner_all);
+    });
 }
 
 TEST_F(TrashTest, OtherDestinationsAreAnsweredAsTheyAre) {
@@ -315,6 +359,37 @@ TEST_F(TrashTest, OtherDestinationsAreAnsweredAsTheyAre) {
     EXPECT_THAT(entries(scratch / "other/.local/share/Trash/info"), IsEmpty());
 }
 
+TEST_F(TrashTest, InAFolderOfItsOwnThatStandsForTheTrashNothingIsReplacedEither) {
+    scratch.addFile("home/.Trash/a.txt", "older");
+    scratch.addFile("home/.Trash/folder/b", "older");
+    const Path place = *identity->home + "/.Trash";
+    EXPECT_EQ(trash.announce(source + "/a.txt", place + "/a.txt").destination, place + "/a.2.txt");
+    EXPECT_EQ(trash.announce(source + "/b", place + "/folder/b").destination,
+              place + "/folder/b.2");
+    EXPECT_THAT(entries(infos), IsEmpty());
+}
+
+TEST_F(TrashTest, HoldsWhatLiesInIt) {
+    ASSERT_TRUE(trash.recycle(source, {}));
+    scratch.addFolder("home/.local/share/Trash/files/folder/deep");
+    const Path number = std::to_string(::geteuid());
+    const Path foreign = std::to_string(::geteuid() + 1);
+    scratch.addFolder("volume/.Trash-" + number + "/files");
+    scratch.addFolder("volume/.Trash/" + number + "/files/folder");
+    scratch.addFolder("volume/.Trash/" + number + "/other");
+    const Path home = *identity->home;
+    for (const Path& destination :
+         {home + "/.Trash/a", files + "/a", files + "/folder/deep/a", home + "/.Trash/folder/a",
+          scratch / "volume/.Trash-" + number + "/files/a",
+          scratch / "volume/.Trash/" + number + "/files/folder/a"})
+        EXPECT_TRUE(trash.holds(destination)) << destination;
+    for (const Path& destination :
+         {home + "/a", home + "/.Trash", trashFolder + "/a", infos + "/a", files + "/missing/a",
+          scratch / "volume/.Trash/" + number + "/other/a",
+          scratch / "volume/.Trash-" + foreign + "/files/a", Path("a"), Path()})
+        EXPECT_FALSE(trash.holds(destination)) << destination;
+}
+
 TEST_F(TrashTest, AnItemThatDidNotComeIsWithdrawn) {
     const Path home = *identity->home;
     const auto missing = trash.announce(source + "/a", home + "/.Trash/a");
@@ -322,48 +397,25 @@ TEST_F(TrashTest, AnItemThatDidNotComeIsWithdrawn) {
     scratch.addFile("home/.Trash/b");
     trash.withdraw(missing);
     trash.withdraw(come);
-    trash.withdraw({scratch / "c", {}});
+    trash.withdraw({scratch / "c"});
     EXPECT_THAT(entries(infos), ElementsAre("b.trashinfo"));
 }
 
-TEST_F(TrashTest, AnItemThatIsNotReplacedGetsItsInfoBack) {
-    scratch.addFolder("home/.local/share/Trash/files");
-    scratch.addFile("home/.local/share/Trash/info/a.trashinfo", "the link's\nown\n");
-    fs::create_symlink("nowhere", files + "/a");
+TEST_F(TrashTest, AnItemThatWasRefusedIsWithdrawnWhateverTookItsName) {
     const auto announced = trash.announce(source + "/a", *identity->home + "/.Trash/a");
-    EXPECT_EQ(pathLine(infos + "/a.trashinfo"), "Path=" + source + "/a");
-    trash.withdraw(announced);
-    EXPECT_EQ(contentOf(infos + "/a.trashinfo"), "the link's\nown\n");
-    EXPECT_EQ(modeOf(infos + "/a.trashinfo"), 0600U);
+    scratch.addFile("home/.local/share/Trash/files/a", "of another");
+    trash.cancel(announced);
+    EXPECT_THAT(entries(infos), IsEmpty());
+    EXPECT_EQ(contentOf(files + "/a"), "of another");
 }
 
-TEST_F(TrashTest, AnItemWithoutInfoThatIsNotReplacedGetsNone) {
-    const Path trashed = *identity->home + "/.Trash/a";
-    scratch.addFile("home/.local/share/Trash/files/a", "older");
-    trash.withdraw(trash.announce(source + "/a", trashed));
-    EXPECT_THAT(entries(infos), IsEmpty());
-    ASSERT_EQ(::mkfifo((infos + "/a.trashinfo").c_str(), 0600), 0); // none that could be read
-    trash.withdraw(trash.announce(source + "/a", trashed));
-    EXPECT_THAT(entries(infos), IsEmpty());
-}
-
-TEST_F(TrashTest, AnItemThatReplacesAnotherKeepsItsInfo) {
-    scratch.addFile("source/a", "newer");
-    scratch.addFile("home/.local/share/Trash/files/a", "older");
-    scratch.addFile("home/.local/share/Trash/info/a.trashinfo", "the older one's");
+TEST_F(TrashTest, WhatWasNotRecordedIsNotWithdrawn) {
+    scratch.addFile("home/.Trash/x");
     const auto announced = trash.announce(source + "/a", *identity->home + "/.Trash/a");
-    fs::rename(source + "/a", announced.destination);
+    scratch.addFile("home/.local/share/Trash/info/a.trashinfo", "another's");
     trash.withdraw(announced);
-    EXPECT_EQ(pathLine(infos + "/a.trashinfo"), "Path=" + source + "/a");
-}
-
-TEST_F(TrashTest, AnItemThatIsLostOnTheWayLeavesNoInfo) {
-    scratch.addFile("home/.local/share/Trash/files/a", "older");
-    scratch.addFile("home/.local/share/Trash/info/a.trashinfo", "the older one's");
-    const auto announced = trash.announce(source + "/a", *identity->home + "/.Trash/a");
-    fs::remove(files + "/a");
-    trash.withdraw(announced);
-    EXPECT_THAT(entries(infos), IsEmpty());
+    trash.cancel(announced);
+    EXPECT_EQ(contentOf(infos + "/a.trashinfo"), "another's");
 }
 
 } // namespace

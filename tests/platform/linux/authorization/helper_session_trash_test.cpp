@@ -54,7 +54,7 @@ TEST_F(HelperSessionTrashTest, WritesAMovedItemDown) {
     });
     EXPECT_EQ(moveToTrash().status, kAuthorizationSuccess);
     const Path real = std::filesystem::canonical(files);
-    EXPECT_THAT(texts, ElementsAre("/bin/mv", "-f", source + "/a b", real + "/a b"));
+    EXPECT_THAT(texts, ElementsAre("/bin/mv", "-nT", source + "/a b", real + "/a b"));
     session_.reset();
     EXPECT_THAT(entries(files), ElementsAre("a b"));
     EXPECT_THAT(entries(infos), ElementsAre("a b.trashinfo"));
@@ -109,16 +109,7 @@ TEST_F(HelperSessionTrashTest, KeepsWhatALongRunningToolHasMoved) {
     EXPECT_THAT(entries(infos), ElementsAre("a b.trashinfo"));
 }
 
-TEST_F(HelperSessionTrashTest, KeepsTheOlderInfoOfWhatAnEndedToolDidNotReplace) {
-    scratch.addFile("home/.local/share/Trash/info/a b.trashinfo", "the older one's");
-    std::filesystem::create_symlink("nowhere", files + "/a b");
-    startSession(
-        [&](const FakeHelper::Request& request) { helper_.answer(request.id, Kind::ended, 1); });
-    EXPECT_EQ(moveToTrash().status, kAuthorizationSuccess);
-    EXPECT_EQ(contentOf(infos + "/a b.trashinfo"), "the older one's");
-}
-
-TEST_F(HelperSessionTrashTest, WritesAnItemDownThatReplacesAnother) {
+TEST_F(HelperSessionTrashTest, NamesAFreeDestination) {
     scratch.addFile("home/.local/share/Trash/files/a b", "older");
     scratch.addFile("home/.local/share/Trash/info/a b.trashinfo", "the older one's");
     startSession([&](const FakeHelper::Request& request) {
@@ -126,7 +117,52 @@ TEST_F(HelperSessionTrashTest, WritesAnItemDownThatReplacesAnother) {
         helper_.answer(request.id, Kind::ended);
     });
     EXPECT_EQ(moveToTrash().status, kAuthorizationSuccess);
-    EXPECT_EQ(pathLine(infos + "/a b.trashinfo"), "Path=" + source + "/a%20b");
+    EXPECT_THAT(entries(files), ElementsAre("a b", "a b.2"));
+    EXPECT_EQ(contentOf(files + "/a b"), "older");
+    EXPECT_EQ(contentOf(infos + "/a b.trashinfo"), "the older one's");
+    EXPECT_EQ(pathLine(infos + "/a b.2.trashinfo"), "Path=" + source + "/a%20b");
+}
+
+TEST_F(HelperSessionTrashTest, NamesAnotherWhereSomebodyWasFaster) {
+    int asked = 0;
+    startSession([&](const FakeHelper::Request& request) {
+        EXPECT_EQ(request.texts.at(1), "-nT");
+        if (++asked == 1) {
+            scratch.addFile("home/.local/share/Trash/files/a b", "of another");
+            return helper_.answer(request.id, Kind::refused, EEXIST);
+        }
+        move(request);
+        helper_.answer(request.id, Kind::ended);
+    });
+    EXPECT_EQ(moveToTrash().status, kAuthorizationSuccess);
+    EXPECT_EQ(asked, 2);
+    EXPECT_EQ(contentOf(files + "/a b"), "of another");
+    EXPECT_THAT(entries(infos), ElementsAre("a b.2.trashinfo"));
+}
+
+TEST_F(HelperSessionTrashTest, GivesUpWhereSomebodyIsAlwaysFaster) {
+    startSession([&](const FakeHelper::Request& request) {
+        helper_.answer(request.id, Kind::refused, EEXIST);
+    });
+    const auto execution = moveToTrash();
+    EXPECT_EQ(execution.status, kAuthorizationToolExecuteFailure);
+    EXPECT_EQ(execution.reason.code, EEXIST);
+    EXPECT_THAT(entries(infos), IsEmpty());
+    EXPECT_TRUE(exists(source + "/a b"));
+}
+
+TEST_F(HelperSessionTrashTest, HasNothingReplacedByACopy) {
+    std::vector<std::string> texts;
+    startSession([&](const FakeHelper::Request& request) {
+        texts = request.texts;
+        helper_.answer(request.id, Kind::refused, EEXIST);
+    });
+    const Path destination = scratch / "home/.local/share/Trash/files/a b";
+    const auto execution =
+        session_->run("/bin/cp", {"-f", "-p", "-R", source + "/a b", destination});
+    EXPECT_THAT(texts, ElementsAre("/bin/cp", "-nT", "-p", "-R", source + "/a b", destination));
+    EXPECT_EQ(execution.reason.code, EEXIST);
+    EXPECT_THAT(entries(infos), IsEmpty());
 }
 
 TEST_F(HelperSessionTrashTest, KeepsWhatMayComeYet) {
@@ -140,7 +176,7 @@ TEST_F(HelperSessionTrashTest, KeepsWhatMayComeYet) {
     EXPECT_THAT(entries(infos), ElementsAre("a b.trashinfo"));
     EXPECT_EQ(moveToTrash().status, kAuthorizationSuccess);
     session_.reset();
-    EXPECT_THAT(entries(infos), ElementsAre("a b.trashinfo"));
+    EXPECT_THAT(entries(infos), ElementsAre("a b.2.trashinfo", "a b.trashinfo"));
 }
 
 TEST_F(HelperSessionTrashTest, WritesNothingElseDown) {

@@ -163,15 +163,29 @@ TEST_F(RealHelperTest, PutsItemsIntoTheTrashSoThatTheyCanBePutBack) {
     EXPECT_THAT(entries(infos), ElementsAre("Notes.app.trashinfo"));
 }
 
-TEST_F(RealHelperTest, LeavesTheRecordOfAnItemInTheTrashThatAFolderCannotReplace) {
-    // The Trash stands from now on.
+TEST_F(RealHelperTest, ReplacesNothingInTheTrash) {
+    // As the kit asks for several items of one name that are moved within a second.
     trash.withdraw(trash.announce(source + "/x", files + "/x"));
-    disk::create_symlink("nowhere", files + "/Notes.app");
-    scratch.addFile("home/.local/share/Trash/info/Notes.app.trashinfo", "the link's");
-    scratch.addFile("source/Notes.app/Contents/file", "content");
-    run("/bin/mv", {"-f", source + "/Notes.app", scratch / "home/.Trash/Notes.app"});
-    EXPECT_TRUE(exists(source + "/Notes.app"));
-    EXPECT_EQ(contentOf(infos + "/Notes.app.trashinfo"), "the link's");
+    disk::create_symlink("nowhere", files + "/Notes_20260101000000.app");
+    scratch.addFile("home/.local/share/Trash/info/Notes_20260101000000.app.trashinfo",
+                    "the link's");
+    for (const std::string number : {"1", "2", "3"}) {
+        scratch.addFile("source/" + number + "/Notes.app/Contents/" + number);
+        EXPECT_EQ(run("/bin/mv", {"-f", source + "/" + number + "/Notes.app",
+                                  scratch / "home/.Trash/Notes_20260101000000.app"}),
+                  "");
+        EXPECT_FALSE(exists(source + "/" + number + "/Notes.app"));
+    }
+    EXPECT_EQ(entries(files).size(), 4U);
+    EXPECT_EQ(entries(infos).size(), 4U);
+    EXPECT_TRUE(disk::is_symlink(files + "/Notes_20260101000000.app"));
+    EXPECT_EQ(contentOf(infos + "/Notes_20260101000000.app.trashinfo"), "the link's");
+    for (const std::string number : {"1", "2", "3"}) {
+        const Path name = "/Notes_20260101000000." + std::to_string(std::stoi(number) + 1) + ".app";
+        EXPECT_TRUE(exists(files + name + "/Contents/" + number)) << name;
+        EXPECT_EQ(pathLine(infos + name + ".trashinfo"),
+                  "Path=" + source + "/" + number + "/Notes.app");
+    }
 }
 
 TEST_F(RealHelperTest, IsSilentAboutToolsThatFail) {

@@ -22,7 +22,9 @@ TEST(Command, AreThoseOfTheKit) {
     EXPECT_EQ(errorOf({"/bin/rm", "-Rdf", "/a"}), 0);
     EXPECT_EQ(errorOf({"/bin/rm", "-R", "-f", "/a"}), 0);
     EXPECT_EQ(errorOf({"/bin/mv", "-f", "/a", "/b"}), 0);
+    EXPECT_EQ(errorOf({"/bin/mv", "-nT", "/a", "/b"}), 0);
     EXPECT_EQ(errorOf({"/bin/cp", "-f", "-p", "-R", "/a", "/b"}), 0);
+    EXPECT_EQ(errorOf({"/bin/cp", "-nT", "-p", "-R", "/a", "/b"}), 0);
     EXPECT_EQ(errorOf({"/bin/mkdir", "-p", "/a"}), 0);
     EXPECT_EQ(errorOf({"/usr/bin/touch", "-c", "/a"}), 0);
 }

@@ -98,7 +98,8 @@ TEST(ProtectedFolders, AreNotReplacedByCopies) {
                               .options = {"-fpRT", "--remove-destination"},
                               .operandCount = 2,
                               .operands = {file.c_str(), documents.c_str()}};
-        EXPECT_EQ(start(command, ProtectedFolders(::geteuid()), -1).error, EPERM);
+        const ProtectedFolders protectedFolders(::geteuid());
+        EXPECT_EQ(start(command, &protectedFolders, -1).error, EPERM);
         EXPECT_TRUE(std::filesystem::is_symlink(documents));
     });
 }

@@ -52,7 +52,8 @@ TEST(PrivilegedHelper, NeverMovesIntoAFolderAtTheDestination) {
     scratch.addFile("A.app/new");
     scratch.addFile("trash/A.app/old");
     HelperProcess helper;
-    EXPECT_EQ(helper.run({"/bin/mv", "-f", scratch / "A.app", scratch / "trash/A.app"}), 1);
+    EXPECT_EQ(helper.refusal({"/bin/mv", "-f", scratch / "A.app", scratch / "trash/A.app"}),
+              EISDIR);
     EXPECT_TRUE(fs::exists(scratch / "A.app/new"));
     EXPECT_FALSE(fs::exists(scratch / "trash/A.app/A.app"));
 }

@@ -18,6 +18,7 @@ using namespace quorvane;
 using platform::LaunchDescription;
 using platform::linux_::makeProcesses;
 using platform::linux_::makeTools;
+using platform::linux_::Superuser;
 using quorvane::testing::ScratchFolder;
 
 class ToolPlaces : public ::testing::Test {
@@ -29,7 +30,7 @@ protected:
     }
 
     const ScratchFolder folder_;
-    const std::shared_ptr<platform::Tools> tools_ = makeTools(folder_.path());
+    const std::shared_ptr<platform::Tools> tools_ = makeTools(folder_.path(), Superuser::no);
 };
 
 TEST_F(ToolPlaces, AreInTheFolderOfOwnTools) {
@@ -49,16 +50,27 @@ TEST_F(ToolPlaces, AreAsNamedWhereNoOwnToolIsInstalled) {
 }
 
 TEST_F(ToolPlaces, AreAsNamedForAllOthers) {
-    addTool("ditto");
+    for (const char* name : {"ditto", "mv"}) addTool(name);
     for (const char* tool :
          {"/usr/bin/killall", "/bin/mv", "ditto", "/bin/ditto", "/usr/bin/ditto/", ""})
         EXPECT_EQ(tools_->locate(tool), tool);
 }
 
+TEST_F(ToolPlaces, AreInTheFolderOfOwnToolsForTheSuperusersFilesToo) {
+    const auto superusers = makeTools(folder_.path(), Superuser::yes);
+    EXPECT_EQ(superusers->locate("/bin/mv"), "/bin/mv");
+    for (const char* name : {"cp", "mv", "rm", "mkdir", "ditto"}) addTool(name);
+    for (const char* name : {"cp", "mv", "rm"})
+        EXPECT_EQ(superusers->locate(Path("/bin/") + name), folder_ / name);
+    EXPECT_EQ(superusers->locate("/usr/bin/ditto"), folder_ / "ditto");
+    for (const char* tool : {"/bin/mkdir", "/usr/bin/mv", "mv"})
+        EXPECT_EQ(superusers->locate(tool), tool);
+}
+
 TEST_F(ToolPlaces, AreWhereProcessesStart) {
     const Path file = folder_.addFile("a file");
     const Path built = std::filesystem::path(QV_XATTR).parent_path();
-    const auto process = makeProcesses(makeTools(built))->makeProcess();
+    const auto process = makeProcesses(makeTools(built, Superuser::no))->makeProcess();
     LaunchDescription launch;
     launch.path = "/usr/bin/xattr";
     launch.arguments = {"-w", "com.example.progress", "0.457", file};
