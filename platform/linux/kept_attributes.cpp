@@ -11,7 +11,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "platform/linux/posix.h"
 
@@ -107,7 +106,7 @@ Result<std::string> attributeNames(int source) {
 }
 
 Result<void> copyAttribute(int source, int copy, const char* name) {
-    std::vector<char> value(XATTR_SIZE_MAX);
+    std::string value(XATTR_SIZE_MAX, '\0');
     const ssize_t size = getAttribute(source, name, value.data(), value.size());
     const bool isUsers = std::string_view(name).starts_with("user.");
     if (size >= 0 && setAttribute(copy, name, value.data(), static_cast<std::size_t>(size)) == 0)
@@ -154,17 +153,17 @@ mode_t groupsPart(std::string_view list) {
 /// The mode as the copy may have it. Where an item has a list, the group's part of its mode is what
 /// anybody on the list may have.
 mode_t withoutLostList(mode_t mode, int source, int copy) {
-    std::array<char, XATTR_SIZE_MAX> list{};
-    const ssize_t size = getAttribute(source, kAccessList, list.data(), list.size());
-    if (size < 0 && errno != ERANGE) return mode;
+    if (getAttribute(source, kAccessList, nullptr, 0) <= 0) return mode;
     if (getAttribute(copy, kAccessList, nullptr, 0) > 0) return mode;
-    const mode_t group =
-        groupsPart({list.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))});
-    return mode & (~static_cast<mode_t>(S_IRWXG) | group);
+    std::string list(XATTR_SIZE_MAX, '\0');
+    const ssize_t size = getAttribute(source, kAccessList, list.data(), list.size());
+    list.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
+    return mode & (~static_cast<mode_t>(S_IRWXG) | groupsPart(list));
 }
 
-/// Whether a volume that does not keep owners does not know modes or times either.
-bool isUnknownThere(int code) { return code == EPERM || code == ENOSYS || code == EOPNOTSUPP; }
+/// Whether a volume refuses what it does not keep. The copy is as open there as everything is, or
+/// to its owner only, as it was made.
+bool isNotKept(int code) { return code == EPERM || code == ENOSYS || code == EOPNOTSUPP; }
 
 } // namespace
 
@@ -177,9 +176,8 @@ Result<void> keepAttributes(int source, int copy, const struct stat& status,
     // What runs with its owner's rights must not do so with another's.
     if (!keepsOwner || (S_ISREG(status.st_mode) && privileges == Privileges::dropped))
         mode &= ~kSetIdBits;
-    if (changeMode(copy, mode) != 0 && (keepsOwner || !isUnknownThere(errno))) return systemError();
-    if (changeTimes(copy, timesOf(status)) != 0 && (keepsOwner || !isUnknownThere(errno)))
-        return systemError();
+    if (changeMode(copy, mode) != 0 && !isNotKept(errno)) return systemError();
+    if (changeTimes(copy, timesOf(status)) != 0 && !isNotKept(errno)) return systemError();
     return {};
 }
 

@@ -14,9 +14,9 @@ enum class Privileges { kept, dropped };
 /// Gives a copy the owner, mode, times, extended attributes and access control lists of its source.
 /// Both are open, or open as a place only (O_PATH), which is all that device nodes bear. The owner
 /// stays the process's user where that may not give items away; set-id bits go then. Privileges
-/// that the source's volume gives no effect are dropped in any case. Attributes that the copy's
-/// volume does not keep are left out, and so are the system's own where the process may not set
-/// them; without its access control list a copy gives its group no more than the list did.
+/// that the source's volume gives no effect are dropped in any case. What the copy's volume does
+/// not keep is left out, and so are the system's own attributes where the process may not set them;
+/// without its access control list a copy gives its group no more than the list did.
 Result<void> keepAttributes(int source, int copy, const struct stat& status, Privileges privileges);
 
 /// The same for a link, which has no mode.

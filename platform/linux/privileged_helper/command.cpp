@@ -15,15 +15,13 @@ struct Form {
     std::uint32_t operandCount;
 };
 
-// -T: a folder or link at the destination is a thing to be replaced, never a place to go into.
-// A move has no tool: it is a rename, or a copy of the helper's own.
-// --remove-destination: nothing is written through a link or into a file known by other names.
+// A move has no tool: it is a rename, or a copy of the helper's own. Nor has a copy.
 // -h: of a link the link itself is touched.
 constexpr std::array<Form, 6> kForms{{
     {Job::remove, "/bin/rm", {"-Rdf"}, {"-Rdf"}, 1},
     {Job::remove, "/bin/rm", {"-R", "-f"}, {"-Rf"}, 1},
     {Job::move, "/bin/mv", {"-f"}, {}, 2},
-    {Job::copy, "/bin/cp", {"-f", "-p", "-R"}, {"-fpRT", "--remove-destination"}, 2},
+    {Job::copy, "/bin/cp", {"-f", "-p", "-R"}, {}, 2},
     {Job::makeFolder, "/bin/mkdir", {"-p"}, {"-p"}, 1},
     {Job::touch, "/usr/bin/touch", {"-c"}, {"-ch"}, 1},
 }};

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "platform/linux/privileged_helper/hand_over.h"
 #include "platform/linux/privileged_helper/staging.h"
 
 namespace quorvane::platform::linux_::helper {
@@ -16,12 +17,17 @@ Started startedChild(pid_t child) {
 }
 
 /// Within a volume a move is one rename, with nothing in between that could be seen or swapped.
-Started move(const Command& command, const Place& source, const Place& destination, int output) {
+/// What gives rights goes to no user who could not reach it before.
+Started move(const Command& command, const Place& source, const Place& destination,
+             const Path& records) {
+    if (privilegesKept(command.job, source, destination) == Privileges::dropped &&
+        holdsPrivileges(source))
+        return {EPERM, 0, {}};
     if (::renameat(source.folder.get(), source.name, destination.folder.get(), destination.name) ==
         0)
         return {0, 0, kSucceeded};
     if (errno != EXDEV) return {0, 0, kFailed};
-    return startedChild(startStaged(command, source, destination, output));
+    return startedChild(startStaged(command, source, destination, records));
 }
 
 /// Whether a protected folder at the operand would be gone, or be something else, afterwards.
@@ -33,7 +39,8 @@ bool wouldReplace(const Command& command, std::uint32_t operand) {
 
 } // namespace
 
-Started start(const Command& command, const ProtectedFolders& protectedFolders, int output) {
+Started start(const Command& command, const ProtectedFolders& protectedFolders, int output,
+              const Path& records) {
     std::array<Place, 2> places;
     const auto makeMissing = command.job == Job::makeFolder ? MakeMissing::yes : MakeMissing::no;
     for (std::uint32_t index = 0; index < command.operandCount; ++index) {
@@ -44,9 +51,9 @@ Started start(const Command& command, const ProtectedFolders& protectedFolders, 
             protectedFolders.contains(command.operands.at(index), place))
             return {EPERM, 0, {}};
     }
-    if (command.job == Job::move) return move(command, places[0], places[1], output);
+    if (command.job == Job::move) return move(command, places[0], places[1], records);
     if (command.job == Job::copy)
-        return startedChild(startStaged(command, places[0], places[1], output));
+        return startedChild(startStaged(command, places[0], places[1], records));
     return startedChild(startTool(command.tool, command.options, {places.data()}, output));
 }
 

@@ -13,7 +13,10 @@ struct Started {
 };
 
 /// Opens the places of the operands and starts the command, its output going to the descriptor.
-/// EPERM for a protected folder that would be removed, moved or replaced.
-Started start(const Command& command, const ProtectedFolders& protectedFolders, int output);
+/// EPERM for a protected folder that would be removed, moved or replaced, and for a move that would
+/// give a user what only the superuser could reach. Staging folders are written down in the folder
+/// of records.
+Started start(const Command& command, const ProtectedFolders& protectedFolders, int output,
+              const Path& records = {});
 
 } // namespace quorvane::platform::linux_::helper
