@@ -2,14 +2,12 @@
 
 #include <algorithm>
 #include <limits>
-#include <string>
 #include <string_view>
 #include <vector>
 
 #include <linux/fs.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
-#include <sys/xattr.h>
 #include <unistd.h>
 
 #include "platform/linux/posix.h"
@@ -67,34 +65,6 @@ Result<void> copyRange(int source, int destination, off_t begin, off_t end) {
     return {};
 }
 
-/// The names of a file's extended attributes, each with a NUL behind it.
-Result<std::string> attributeNames(int source) {
-    std::string names;
-    while (true) {
-        const ssize_t needed = flistxattr(source, nullptr, 0);
-        if (needed < 0 && errno == EOPNOTSUPP) return std::string();
-        if (needed < 0) return systemError();
-        names.resize(static_cast<std::size_t>(needed));
-        if (names.empty()) return names;
-        const ssize_t size = flistxattr(source, names.data(), names.size());
-        if (size < 0 && errno == ERANGE) continue; // more of them meanwhile
-        if (size < 0) return systemError();
-        names.resize(static_cast<std::size_t>(size));
-        return names;
-    }
-}
-
-Result<void> copyAttribute(int source, int destination, const char* name) {
-    std::vector<char> value(XATTR_SIZE_MAX);
-    const ssize_t size = fgetxattr(source, name, value.data(), value.size());
-    const bool isUsers = std::string_view(name).starts_with("user.");
-    if (size >= 0 &&
-        fsetxattr(destination, name, value.data(), static_cast<std::size_t>(size), 0) == 0)
-        return {};
-    if (!isUsers || errno == EOPNOTSUPP || errno == ENODATA) return {};
-    return systemError();
-}
-
 } // namespace
 
 Result<void> copyContent(int source, int destination) {
@@ -113,17 +83,6 @@ Result<void> copyContent(int source, int destination) {
         if (auto copied = copyRange(source, destination, data, position); !copied) return copied;
     }
     if (ftruncate(destination, status.st_size) != 0) return systemError();
-    return {};
-}
-
-Result<void> copyExtendedAttributes(int source, int destination) {
-    const Result<std::string> names = attributeNames(source);
-    if (!names) return names.error();
-    for (std::size_t start = 0; start < names.value().size();) {
-        const char* const name = names.value().c_str() + start;
-        if (auto copied = copyAttribute(source, destination, name); !copied) return copied;
-        start += std::string_view(name).size() + 1;
-    }
     return {};
 }
 

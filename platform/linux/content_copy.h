@@ -10,8 +10,4 @@ namespace quorvane::platform::linux_ {
 /// source beyond its size at the start is not copied.
 Result<void> copyContent(int source, int destination);
 
-/// Copies extended attributes. Those that the destination's file system does not keep are left out,
-/// and so are the system's own where the process may not set them.
-Result<void> copyExtendedAttributes(int source, int destination);
-
 } // namespace quorvane::platform::linux_

@@ -1,6 +1,5 @@
 #include "platform/linux/file_copying.h"
 
-#include <array>
 #include <climits>
 #include <string>
 #include <utility>
@@ -15,54 +14,24 @@
 #include "platform/linux/file_moving.h"
 #include "platform/linux/file_removal.h"
 #include "platform/linux/folder_trail.h"
+#include "platform/linux/kept_attributes.h"
 #include "platform/linux/posix.h"
 #include "platform/linux/temporary_name.h"
 
 namespace quorvane::platform::linux_ {
 namespace {
 
-constexpr mode_t kPermissionBits = 07777;
-constexpr mode_t kPlainPermissionBits = 01777; // without the set-id bits
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+constexpr int kPlaceFlags = O_PATH | O_NOFOLLOW | O_CLOEXEC;
 
 Descriptor openAt(int folder, const char* name, int flags, mode_t mode = 0) {
     return Descriptor(retryInterrupted([&] { return openat(folder, name, flags, mode); }));
 }
 
-std::array<timespec, 2> timesOf(const struct stat& status) {
-    return {status.st_atim, status.st_mtim};
-}
-
-/// The mode that a copy gets: what runs with its owner's rights must not do so with another's.
-mode_t modeFor(const struct stat& status, bool keepsOwner) {
-    return status.st_mode & (keepsOwner ? kPermissionBits : kPlainPermissionBits);
-}
-
-/// Gives an open file or folder what its source has beside its content. The owner stays the
-/// process's user where that may not give items away.
-Result<void> keepAttributes(int source, int copy, const struct stat& status) {
-    const bool keepsOwner = fchown(copy, status.st_uid, status.st_gid) == 0;
-    if (auto copied = copyExtendedAttributes(source, copy); !copied) return copied;
-    if (fchmod(copy, modeFor(status, keepsOwner)) != 0) return systemError();
-    if (futimens(copy, timesOf(status).data()) != 0) return systemError();
-    return {};
-}
-
-/// The same for links and for what must not be opened.
-Result<void> keepAttributesOfNode(int folder, const char* name, const struct stat& status) {
-    const bool keepsOwner =
-        fchownat(folder, name, status.st_uid, status.st_gid, AT_SYMLINK_NOFOLLOW) == 0;
-    if (!S_ISLNK(status.st_mode) &&
-        fchmodat(folder, name, modeFor(status, keepsOwner), AT_SYMLINK_NOFOLLOW) != 0)
-        return systemError();
-    if (utimensat(folder, name, timesOf(status).data(), AT_SYMLINK_NOFOLLOW) != 0)
-        return systemError();
-    return {};
-}
-
 class TreeCopy {
 public:
-    explicit TreeCopy(CopiedItems* copied) : copied_(copied) {}
+    TreeCopy(CopiedItems* copied, Privileges privileges)
+        : copied_(copied), privileges_(privileges) {}
 
     /// Copies the item at a place into another folder, under a name that is free there.
     Result<void> copy(ItemPlace source, Descriptor folder, const std::string& name);
@@ -77,13 +46,14 @@ private:
     Result<void> copyEntry(const std::string& name, const std::string& as);
     Result<void> copyFile(const char* name, const char* as);
     Result<void> copyLink(const char* name, const char* as, const struct stat& status);
-    Result<void> copyNode(const char* as, const struct stat& status);
+    Result<void> copyNode(const char* name, const char* as);
     Result<void> enter(const std::string& name, const std::string& as);
     Result<void> leave();
 
     void note(const struct stat& status);
 
     CopiedItems* const copied_; ///< null where the source stays
+    const Privileges privileges_;
     FolderTrail sources_;
     FolderTrail copies_;
     std::vector<Level> levels_;
@@ -120,9 +90,8 @@ Result<void> TreeCopy::copyEntry(const std::string& name, const std::string& as)
             return removable;
     if (S_ISDIR(status.st_mode)) return enter(name, as);
     if (S_ISREG(status.st_mode)) return copyFile(name.c_str(), as.c_str());
-    note(status);
     if (S_ISLNK(status.st_mode)) return copyLink(name.c_str(), as.c_str(), status);
-    return copyNode(as.c_str(), status);
+    return copyNode(name.c_str(), as.c_str());
 }
 
 Result<void> TreeCopy::copyFile(const char* name, const char* as) {
@@ -138,26 +107,42 @@ Result<void> TreeCopy::copyFile(const char* name, const char* as) {
         openAt(copies_.folder(), as, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                S_IRUSR | S_IWUSR);
     if (!copy) return systemError();
+    if (auto dropped = dropInheritedLists(copy.get()); !dropped) return dropped;
     if (auto copied = copyContent(source.get(), copy.get()); !copied) return copied;
-    if (auto kept = keepAttributes(source.get(), copy.get(), status); !kept) return kept;
+    auto kept = keepAttributes(source.get(), copy.get(), status, privileges_);
+    if (!kept) return kept;
     // Some file systems tell only now that the disk is full.
     if (close(copy.release()) != 0 && errno != EINTR) return systemError();
     return {};
 }
 
 Result<void> TreeCopy::copyLink(const char* name, const char* as, const struct stat& status) {
+    note(status);
     std::string target(PATH_MAX, '\0'); // no link is longer
     const ssize_t size = readlinkat(sources_.folder(), name, target.data(), target.size());
     if (size < 0) return systemError();
     target.resize(static_cast<std::size_t>(size));
     if (symlinkat(target.c_str(), copies_.folder(), as) != 0) return systemError();
-    return keepAttributesOfNode(copies_.folder(), as, status);
+    return keepAttributesOfLink(copies_.folder(), as, status);
 }
 
-Result<void> TreeCopy::copyNode(const char* as, const struct stat& status) {
-    const mode_t mode = (status.st_mode & S_IFMT) | S_IRUSR | S_IWUSR;
-    if (mknodat(copies_.folder(), as, mode, status.st_rdev) != 0) return systemError();
-    return keepAttributesOfNode(copies_.folder(), as, status);
+Result<void> TreeCopy::copyNode(const char* name, const char* as) {
+    const Descriptor source = openAt(sources_.folder(), name, kPlaceFlags);
+    if (!source) return systemError();
+    struct stat status {};
+    if (fstat(source.get(), &status) != 0) return systemError();
+    const mode_t kind = status.st_mode & S_IFMT;
+    if (kind == S_IFREG || kind == S_IFDIR || kind == S_IFLNK) return systemError(ESTALE);
+    const bool isDevice = kind == S_IFBLK || kind == S_IFCHR;
+    if (isDevice && (privileges_ == Privileges::dropped || !honoursDevices(source.get())))
+        return systemError(EPERM);
+    note(status);
+    if (mknodat(copies_.folder(), as, kind | S_IRUSR | S_IWUSR, status.st_rdev) != 0)
+        return systemError();
+    const Descriptor copy = openAt(copies_.folder(), as, kPlaceFlags);
+    if (!copy) return systemError();
+    if (auto dropped = dropInheritedLists(copy.get()); !dropped) return dropped;
+    return keepAttributes(source.get(), copy.get(), status, privileges_);
 }
 
 Result<void> TreeCopy::enter(const std::string& name, const std::string& as) {
@@ -173,6 +158,7 @@ Result<void> TreeCopy::enter(const std::string& name, const std::string& as) {
     if (mkdirat(copies_.folder(), as.c_str(), S_IRWXU) != 0) return systemError();
     Descriptor copy = openAt(copies_.folder(), as.c_str(), kFolderFlags);
     if (!copy) return systemError();
+    if (auto dropped = dropInheritedLists(copy.get()); !dropped) return dropped;
     const Result<FolderIdentity> to = identify(copy);
     if (!to) return to.error();
     sources_.enter(std::move(source), from.value());
@@ -192,7 +178,7 @@ Result<void> TreeCopy::leave() {
     levels_.pop_back();
     if (auto left = sources_.leave(); !left) return left;
     if (auto left = copies_.leave(); !left) return left;
-    return keepAttributes(source.get(), copy.get(), status);
+    return keepAttributes(source.get(), copy.get(), status, privileges_);
 }
 
 void TreeCopy::note(const struct stat& status) {
@@ -228,14 +214,15 @@ Result<void> checkPlaces(const ItemPlace& source, const ItemPlace& destination) 
     return within.value() ? Result<void>(systemError(EINVAL)) : Result<void>();
 }
 
-Result<void> copyNoting(const ItemPlace& source, const ItemPlace& destination,
-                        CopiedItems* copied) {
+Result<void> copyNoting(const ItemPlace& source, const ItemPlace& destination, CopiedItems* copied,
+                        Privileges privileges) {
     if (auto checked = checkPlaces(source, destination); !checked) return checked;
     ItemPlace from{duplicate(source.folder), source.name};
     ItemPlace unfinished{duplicate(destination.folder), temporaryName()};
     Descriptor into = duplicate(destination.folder);
     if (!from.folder || !unfinished.folder || !into) return systemError();
-    Result<void> done = TreeCopy(copied).copy(std::move(from), std::move(into), unfinished.name);
+    Result<void> done =
+        TreeCopy(copied, privileges).copy(std::move(from), std::move(into), unfinished.name);
     if (done) done = renameItem(unfinished, destination);
     if (!done) ignore(removeUnfinished(unfinished));
     return done;
@@ -251,12 +238,14 @@ Result<void> copyTree(const Path& source, const Path& destination) {
     return copyTree(from.value(), to.value());
 }
 
-Result<void> copyTree(const ItemPlace& source, const ItemPlace& destination) {
-    return copyNoting(source, destination, nullptr);
+Result<void> copyTree(const ItemPlace& source, const ItemPlace& destination,
+                      Privileges privileges) {
+    return copyNoting(source, destination, nullptr, privileges);
 }
 
-Result<void> copyTree(const ItemPlace& source, const ItemPlace& destination, CopiedItems& copied) {
-    return copyNoting(source, destination, &copied);
+Result<void> copyTree(const ItemPlace& source, const ItemPlace& destination, CopiedItems& copied,
+                      Privileges privileges) {
+    return copyNoting(source, destination, &copied, privileges);
 }
 
 } // namespace quorvane::platform::linux_

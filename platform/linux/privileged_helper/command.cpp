@@ -16,17 +16,15 @@ struct Form {
     Replace replace = Replace::yes;
 };
 
-// -T: a folder or link at the destination is a thing to be replaced, never a place to go into.
-// Removals and moves have no tool: they are the helper's own work.
+// Removals, moves and copies have no tool: they are the helper's own work.
 // -nT: the same without replacing anything, as the Trash asks for.
-// --remove-destination: nothing is written through a link or into a file known by other names.
 // -h: of a link the link itself is touched.
 constexpr std::array<Form, 8> kForms{{
     {Job::remove, "/bin/rm", {"-Rdf"}, {}, 1},
     {Job::remove, "/bin/rm", {"-R", "-f"}, {}, 1},
     {Job::move, "/bin/mv", {"-f"}, {}, 2},
     {Job::move, "/bin/mv", {"-nT"}, {}, 2, Replace::no},
-    {Job::copy, "/bin/cp", {"-f", "-p", "-R"}, {"-fpRT", "--remove-destination"}, 2},
+    {Job::copy, "/bin/cp", {"-f", "-p", "-R"}, {}, 2},
     {Job::copy, "/bin/cp", {"-nT", "-p", "-R"}, {}, 2, Replace::no},
     {Job::makeFolder, "/bin/mkdir", {"-p"}, {"-p"}, 1},
     {Job::touch, "/usr/bin/touch", {"-c"}, {"-ch"}, 1},

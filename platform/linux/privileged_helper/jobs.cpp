@@ -4,6 +4,7 @@
 
 #include "platform/linux/file_removal.h"
 #include "platform/linux/mount_table.h"
+#include "platform/linux/privileged_helper/hand_over.h"
 #include "platform/linux/privileged_helper/staging.h"
 
 namespace quorvane::platform::linux_::helper {
@@ -32,20 +33,26 @@ int obstacleTo(const Command& command, const Place& source, const Place& destina
 }
 
 /// Within a volume a move is one rename, with nothing in between that could be seen or swapped.
-Started move(const Command& command, const Place& source, const Place& destination, int output) {
+/// What gives rights goes to no user who could not reach it before.
+Started move(const Command& command, const Place& source, const Place& destination,
+             const Path& records) {
     if (const int error = obstacleTo(command, source, destination)) return refused(error);
     const auto free = checkHoldsNoMount(source.folder.get(), source.name);
     if (!free) return refused(free.error().code);
+    if (privilegesKept(command.job, source, destination) == Privileges::dropped &&
+        holdsPrivileges(source))
+        return refused(EPERM);
     if (renamePlace(source, destination, command.replace)) return {0, 0, kSucceeded};
     if (errno == EEXIST) return refused(errno); // it came there just now
     if (errno != EXDEV) return {0, 0, kFailed};
-    return startedChild(startStaged(command, source, destination, output));
+    return startedChild(startStaged(command, source, destination, records));
 }
 
-Started copy(const Command& command, const Place& source, const Place& destination, int output) {
+Started copy(const Command& command, const Place& source, const Place& destination,
+             const Path& records) {
     struct stat there {};
     if (command.replace == Replace::no && destination.status(there)) return refused(EEXIST);
-    return startedChild(startStaged(command, source, destination, output));
+    return startedChild(startStaged(command, source, destination, records));
 }
 
 /// Not by a tool: those go into whatever is mounted in a tree, and empty it.
@@ -67,7 +74,8 @@ bool wouldReplace(const Command& command, std::uint32_t operand) {
 
 } // namespace
 
-Started start(const Command& command, const ProtectedFolders* protectedFolders, int output) {
+Started start(const Command& command, const ProtectedFolders* protectedFolders, int output,
+              const Path& records) {
     std::array<Place, 2> places;
     const auto makeMissing = command.job == Job::makeFolder ? MakeMissing::yes : MakeMissing::no;
     for (std::uint32_t index = 0; index < command.operandCount; ++index) {
@@ -78,8 +86,8 @@ Started start(const Command& command, const ProtectedFolders* protectedFolders, 
             protectedFolders->contains(command.operands.at(index), place))
             return {EPERM, 0, {}};
     }
-    if (command.job == Job::move) return move(command, places[0], places[1], output);
-    if (command.job == Job::copy) return copy(command, places[0], places[1], output);
+    if (command.job == Job::move) return move(command, places[0], places[1], records);
+    if (command.job == Job::copy) return copy(command, places[0], places[1], records);
     if (command.job == Job::remove) return remove(places[0]);
     return startedChild(startTool(command.tool, command.options, {places.data()}, output));
 }

@@ -14,9 +14,11 @@ struct Started {
 
 /// Opens the places of the operands and starts the command, its output going to the descriptor.
 /// Refuses what must not be: EPERM for a protected folder that would be removed, moved or replaced,
-/// EBUSY for a removal or a move of a folder in which anything is mounted, EISDIR for a move onto
-/// another folder, EEXIST where something is in the way that may not be replaced.
-/// Null protects no folders.
-Started start(const Command& command, const ProtectedFolders* protectedFolders, int output);
+/// and for a move that would give a user what only the superuser could reach; EBUSY for a removal
+/// or a move of a folder in which anything is mounted; EISDIR for a move onto another folder;
+/// EEXIST where something is in the way that may not be replaced.
+/// Null protects no folders. Staging folders are written down in the folder of records.
+Started start(const Command& command, const ProtectedFolders* protectedFolders, int output,
+              const Path& records = {});
 
 } // namespace quorvane::platform::linux_::helper

@@ -23,6 +23,8 @@ namespace {
 using quorvane::platform::linux_::ignore;
 
 constexpr rlim_t kDescriptors = 1024;
+/// Where it is written down what is in use, across sessions.
+constexpr const char* kRecords = "/var/lib/quorvane-privileged-helper";
 
 /// The user who authenticated, as pkexec tells.
 std::optional<uid_t> userOf(const char* text) {
@@ -79,5 +81,5 @@ int main() {
     if (!user || ::getuid() != 0 || ::geteuid() != 0 || !shedSurroundings(*user))
         return EXIT_FAILURE;
     ::openlog("quorvane-privileged-helper", LOG_PID, LOG_AUTHPRIV);
-    return serve(STDIN_FILENO, *user) ? EXIT_SUCCESS : EXIT_FAILURE;
+    return serve(STDIN_FILENO, *user, kRecords) ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -10,6 +10,7 @@
 
 #include "platform/linux/privileged_helper/jobs.h"
 #include "platform/linux/privileged_helper/peer.h"
+#include "platform/linux/privileged_helper/staging_folder.h"
 
 namespace quorvane::platform::linux_::helper {
 namespace {
@@ -38,9 +39,11 @@ void reapLateTools() {
 
 class Server {
 public:
-    Server(const Peer& peer, uid_t user) : peer_(peer), user_(user), protectedFolders_(user) {}
+    Server(const Peer& peer, uid_t user, const Path& records)
+        : peer_(peer), user_(user), records_(records), protectedFolders_(user) {}
 
     bool run() {
+        removeLeftovers(records_);
         if (!answer({0, AnswerKind::granted, 0})) return true;
         while (true) {
             const Received received = peer_.receive(message_);
@@ -67,7 +70,7 @@ private:
     bool carryOut(std::uint32_t id, const Command& command) {
         Pipe output = makePipe();
         if (!output.writing) return refuse(id, errno);
-        const Started started = start(command, &protectedFolders_, output.writing.get());
+        const Started started = start(command, &protectedFolders_, output.writing.get(), records_);
         if (started.error != 0) return refuse(id, started.error);
         output.writing.reset();
         const ToolStatus status =
@@ -90,15 +93,16 @@ private:
 
     const Peer& peer_;
     uid_t user_;
+    const Path records_;
     ProtectedFolders protectedFolders_;
     std::array<char, kMaximumRequest> message_{};
 };
 
 } // namespace
 
-bool serve(int socket, uid_t user) {
+bool serve(int socket, uid_t user, const Path& records) {
     const Peer peer(socket);
-    return peer.belongsTo(user) && Server(peer, user).run();
+    return peer.belongsTo(user) && Server(peer, user, records).run();
 }
 
 } // namespace quorvane::platform::linux_::helper

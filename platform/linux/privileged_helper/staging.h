@@ -1,7 +1,8 @@
 // Copying from and into folders that belong to others.
 #pragma once
 
-#include "platform/linux/privileged_helper/tool.h"
+#include "platform/linux/privileged_helper/command.h"
+#include "platform/linux/privileged_helper/place.h"
 
 namespace quorvane::platform::linux_::helper {
 
@@ -10,10 +11,10 @@ namespace quorvane::platform::linux_::helper {
 /// or the tree written elsewhere. The tree is therefore walked by descriptor and never through a
 /// link, and copied into a folder of the superuser's own beside the destination; what has arrived
 /// there whole is renamed to the destination. What is moved goes only then. A copy onto a folder is
-/// merged into it by a tool, where only the superuser can change anything in it. Answers the
-/// process that sees to it, or -1 with errno set: EISDIR where another folder is at the
-/// destination.
+/// merged into it where only the superuser can change anything in it. The staging folder is written
+/// down in the folder of records. Answers the process that sees to it, or -1 with errno set: EISDIR
+/// where another folder is at the destination.
 pid_t startStaged(const Command& command, const Place& source, const Place& destination,
-                  int output);
+                  const Path& records);
 
 } // namespace quorvane::platform::linux_::helper

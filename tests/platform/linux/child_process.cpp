@@ -3,9 +3,12 @@
 #include <cstdio>
 
 #include <grp.h>
+#include <linux/capability.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/statvfs.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -52,6 +55,23 @@ void inPrivateMounts(const std::function<void()>& body) {
 
 void mountVolume(const char* type, const Path& folder, const std::string& options) {
     ASSERT_EQ(mount("none", folder.c_str(), type, MS_NOSUID, options.c_str()), 0) << type;
+}
+
+void mountUntrustedVolume(const Path& folder) {
+    ASSERT_EQ(mount("none", folder.c_str(), "tmpfs", MS_NOSUID | MS_NODEV, "mode=755"), 0);
+}
+
+void giveCapability(const Path& program) {
+    vfs_cap_data capability{};
+    capability.magic_etc = VFS_CAP_REVISION_2 | VFS_CAP_FLAGS_EFFECTIVE;
+    capability.data[0].permitted = 1U << CAP_SETUID;
+    ASSERT_EQ(setxattr(program.c_str(), kCapability, &capability, sizeof capability, 0), 0);
+}
+
+bool honoursSetIds(const Path& item) {
+    struct statvfs volume {};
+    EXPECT_EQ(statvfs(item.c_str(), &volume), 0) << item;
+    return (volume.f_flag & ST_NOSUID) == 0;
 }
 
 void remountReadOnly(const Path& folder) {

@@ -23,9 +23,19 @@ void inPrivateMounts(const std::function<void()>& body);
 
 /// Mounts a file system, in private mounts.
 void mountVolume(const char* type, const Path& folder, const std::string& options = {});
+/// Mounts one as users' disks are mounted: without effect for set-id bits, capabilities and
+/// devices.
+void mountUntrustedVolume(const Path& folder);
 void remountReadOnly(const Path& folder);
 /// Shows a folder in the place of another, in private mounts.
 void bindFolder(const Path& folder, const Path& place);
+
+/// The attribute in which a program has rights of its own.
+inline constexpr const char* kCapability = "security.capability";
+/// Gives a program the right to take any user's id. Superuser only.
+void giveCapability(const Path& program);
+/// Whether the item's volume lets set-id bits have an effect.
+bool honoursSetIds(const Path& item);
 
 } // namespace quorvane::testing
 

@@ -12,6 +12,7 @@
 #include <gmock/gmock.h>
 
 #include "platform/linux/file_manager.h"
+#include "tests/platform/linux/access_lists.h"
 #include "tests/platform/linux/child_process.h"
 #include "tests/platform/linux/scratch_folder.h"
 
@@ -106,6 +107,21 @@ TEST_F(FileMoving, NothingBehindALinkPutInACopiedFoldersPlaceChanges) {
     EXPECT_EQ(fs::status(scratch_ / "victim").permissions(), fs::perms::owner_all);
     EXPECT_EQ(fs::status(scratch_ / "to/copy/aside").permissions(),
               fs::perms::owner_read | fs::perms::owner_exec);
+}
+
+TEST_F(FileMoving, ACopyHasNoAccessListOfItsFolderAtAnyTime) {
+    QV_NEEDS_ACCESS_LISTS(scratch_.path());
+    fs::permissions(scratch_.addFile("tree/file", "secret"), fs::perms(0640));
+    ASSERT_TRUE(giveList(scratch_.addFolder("to"), kDefaultList, listFor(kOrdinaryUser)));
+    int looked = 0;
+    beforeTimes = [&](int copied) {
+        ++looked;
+        EXPECT_LE(fgetxattr(copied, kAccessList, nullptr, 0), 0);
+        EXPECT_LE(fgetxattr(copied, kDefaultList, nullptr, 0), 0);
+    };
+    beforeNaming = [&] { EXPECT_FALSE(hasAttribute(unfinished(), kAccessList)); };
+    EXPECT_TRUE(copy().ok());
+    EXPECT_EQ(looked, 2);
 }
 
 TEST_F(FileMoving, AFailureAfterTheLastFolderLeavesNothing) {

@@ -55,7 +55,7 @@ std::string Reply::text() const {
     return all;
 }
 
-HelperProcess::HelperProcess(uid_t user) {
+HelperProcess::HelperProcess(uid_t user, const Path& records) {
     std::array<int, 2> ends{-1, -1};
     EXPECT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()), 0);
     socket_ = Descriptor(ends[0]);
@@ -63,7 +63,7 @@ HelperProcess::HelperProcess(uid_t user) {
     child_ = ::fork();
     if (child_ != 0) return;
     socket_.reset();
-    ::_exit(protectMachine() && serve(theirs.get(), user) ? 0 : 1);
+    ::_exit(protectMachine() && serve(theirs.get(), user, records) ? 0 : 1);
 }
 
 HelperProcess::~HelperProcess() {

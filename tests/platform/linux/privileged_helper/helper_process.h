@@ -26,13 +26,15 @@ struct Reply {
 /// Runs the helper's conversation in a child, with the rights of the test.
 class HelperProcess {
 public:
-    /// The user who is said to have authenticated; by default who runs the test.
-    explicit HelperProcess(uid_t user = ::geteuid());
+    /// The user who is said to have authenticated; by default who runs the test. Without a folder
+    /// for its records, the helper has none.
+    explicit HelperProcess(uid_t user = ::geteuid(), const Path& records = {});
     ~HelperProcess();
     HelperProcess(const HelperProcess&) = delete;
     HelperProcess& operator=(const HelperProcess&) = delete;
 
     int socket() const { return socket_.get(); }
+    pid_t process() const { return child_; }
     bool send(const std::string& message) const;
     /// The next answer; null when the helper has hung up.
     std::optional<Reply> receive() const;

@@ -4,8 +4,10 @@
 
 #include <filesystem>
 
+#include "tests/platform/linux/access_lists.h"
 #include "tests/platform/linux/child_process.h"
 #include "tests/platform/linux/privileged_helper/helper_process.h"
+#include "tests/platform/linux/privileged_helper/ownerless_volume.h"
 #include "tests/platform/linux/scratch_folder.h"
 
 namespace quorvane::platform::linux_::helper {
@@ -108,6 +110,81 @@ TEST(Staging, MovesFromVolumeToVolume) {
         EXPECT_EQ(contentOf(volume + "/item/deep/file"), "content");
         EXPECT_FALSE(fs::exists(scratch / "item"));
         EXPECT_EQ(std::distance(fs::directory_iterator(volume), {}), 1);
+    });
+}
+
+TEST(Staging, CopiesTakeNoAccessListsFromTheFolderOfTheUser) {
+    QV_NEEDS_SUPERUSER();
+    const ScratchFolder scratch;
+    QV_NEEDS_ACCESS_LISTS(scratch.path());
+    ASSERT_EQ(::chmod(scratch.addFile("source/file").c_str(), 0640), 0);
+    const Path folder = usersFolder(scratch, "user's");
+    ASSERT_TRUE(testing::giveList(folder, testing::kDefaultList, testing::listFor(12345)));
+    HelperProcess helper;
+    EXPECT_EQ(helper.run({"/bin/cp", "-f", "-p", "-R", scratch / "source", folder + "/copy"}), 0);
+    for (const char* item : {"/copy", "/copy/file"}) {
+        EXPECT_FALSE(testing::hasAttribute(folder + item, testing::kAccessList)) << item;
+        EXPECT_FALSE(testing::hasAttribute(folder + item, testing::kDefaultList)) << item;
+    }
+}
+
+/// What is made in such a folder has its group, and folders hand that on.
+TEST(Staging, WorksInFoldersThatPassOnTheirGroup) {
+    QV_NEEDS_SUPERUSER();
+    const ScratchFolder scratch;
+    const Path volume = scratch.addFolder("volume");
+    scratch.addFile("item/file", "content");
+    testing::inPrivateMounts([&] {
+        testing::mountVolume("tmpfs", volume, "uid=65534,gid=65534,mode=2775");
+        HelperProcess helper;
+        EXPECT_EQ(helper.run({"/bin/cp", "-f", "-p", "-R", scratch / "item", volume + "/copy"}), 0);
+        EXPECT_EQ(helper.run({"/bin/mv", "-f", scratch / "item", volume + "/item"}), 0);
+        for (const char* item : {"/copy", "/item"}) {
+            EXPECT_EQ(contentOf(volume + item + "/file"), "content");
+            struct stat status {};
+            ASSERT_EQ(::stat((volume + item).c_str(), &status), 0);
+            EXPECT_EQ(status.st_mode & ALLPERMS, 0755U);
+            EXPECT_EQ(status.st_gid, 0U);
+        }
+        EXPECT_EQ(std::distance(fs::directory_iterator(volume), {}), 2);
+    });
+}
+
+TEST(Staging, WorksOnVolumesWithoutOwners) {
+    if (!testing::OwnerlessVolume::isPossible()) GTEST_SKIP() << "needs file systems of its own";
+    const ScratchFolder scratch;
+    const Path volume = scratch.addFolder("volume");
+    scratch.addFile("item/deep/file", "content");
+    for (const uid_t owner : {0U, testing::kOrdinaryUser}) {
+        testing::inPrivateMounts([&] {
+            const Path disk = scratch.addFolder("disk" + std::to_string(owner));
+            const testing::OwnerlessVolume mounted(disk, volume, owner);
+            HelperProcess helper;
+            EXPECT_EQ(helper.run({"/bin/cp", "-f", "-p", "-R", scratch / "item", volume + "/copy"}),
+                      0);
+            EXPECT_EQ(helper.run({"/bin/mv", "-f", scratch / "item", volume + "/item"}), 0);
+            EXPECT_EQ(contentOf(disk + "/copy/deep/file"), "content");
+            EXPECT_EQ(contentOf(disk + "/item/deep/file"), "content");
+            EXPECT_FALSE(fs::exists(scratch / "item"));
+            EXPECT_EQ(std::distance(fs::directory_iterator(disk), {}), 2);
+            EXPECT_EQ(helper.run({"/bin/mv", "-f", volume + "/item", scratch / "item"}), 0);
+        });
+    }
+}
+
+TEST(Staging, ThatFailsLeavesNothingOnVolumesWithoutOwnersEither) {
+    if (!testing::OwnerlessVolume::isPossible()) GTEST_SKIP() << "needs file systems of its own";
+    const ScratchFolder scratch;
+    const Path disk = scratch.addFolder("disk");
+    const Path volume = scratch.addFolder("volume");
+    scratch.addFile("item/file");
+    fs::create_symlink("file", scratch / "item/link"); // which it cannot keep
+    testing::inPrivateMounts([&] {
+        const testing::OwnerlessVolume mounted(disk, volume, testing::kOrdinaryUser);
+        HelperProcess helper;
+        helper.run({"/bin/mv", "-f", scratch / "item", volume + "/item"});
+        EXPECT_TRUE(fs::is_empty(disk));
+        EXPECT_TRUE(fs::exists(scratch / "item/file"));
     });
 }
 
