@@ -93,7 +93,7 @@ private:
 
     const Peer& peer_;
     uid_t user_;
-    const Path records_;
+    const Path& records_;
     ProtectedFolders protectedFolders_;
     std::array<char, kMaximumRequest> message_{};
 };

@@ -4,12 +4,14 @@ usage: file_operations_test.py CLIENT     (as the superuser of a private world)
 """
 
 import os
+import pwd
 import shutil
+import struct
 import subprocess
 import sys
 import unittest
 
-from clients import ADMINISTRATOR, HELPER, HOME, PASSWORDS, Client, WithAdministration, processes, \
+from clients import ADMINISTRATOR, COLLEAGUE, HELPER, HOME, PASSWORDS, Client, WithAdministration, processes, \
     wait_until
 from session import UID, USER
 
@@ -79,6 +81,44 @@ class FileOperations(WithAdministration):
         wait_until(lambda: os.path.exists(self.folder + "/to/deep/file"))
         self.assertEqual(self.content("to/deep/file"), "content")
         self.assertEqual(os.stat(self.folder + "/to").st_mode & 0o777, 0o700)
+
+    def test_folders_that_are_merged_into_stay_the_superusers(self):
+        source = HOME + "/from"
+        for path in (source, source + "/both"):
+            os.mkdir(path)
+            os.chown(path, UID, UID)
+            os.chmod(path, 0o777)
+        self.addCleanup(shutil.rmtree, source)
+        self.mine("from/both/new", "new")
+        os.makedirs(self.folder + "/to/both")
+        self.assertTrue(self.do("copyFile", source, self.folder + "/to"))
+        wait_until(lambda: os.path.exists(self.folder + "/to/both/new"))
+        for path in (self.folder + "/to", self.folder + "/to/both"):
+            found = os.stat(path)
+            self.assertEqual((found.st_uid, found.st_gid, found.st_mode & 0o7777), (0, 0, 0o755))
+
+    def test_copies_are_nobody_elses_because_of_the_folder_they_are_in(self):
+        source = self.mine("private", "secret")
+        os.chmod(source, 0o640)
+        shared = HOME + "/shared"
+        os.mkdir(shared)
+        os.chown(shared, UID, UID)
+        self.addCleanup(shutil.rmtree, shared)
+        colleague = pwd.getpwnam(COLLEAGUE)
+        nobody = 0xffffffff  # all that the mask lets through for one user, nothing for others
+        entries = [(1, 7, nobody), (2, 7, colleague.pw_uid), (4, 0, nobody), (16, 7, nobody),
+                   (32, 0, nobody)]
+        os.setxattr(shared, "system.posix_acl_default", struct.pack("<I", 2) +
+                    b"".join(struct.pack("<HHI", *entry) for entry in entries))
+        self.assertTrue(self.do("copyFile", source, shared + "/plainly"))
+        os.chown(source, 0, 0)  # now the user may not read it
+        self.assertTrue(self.do("copyFile", source, shared + "/with rights"))
+        for name in ("plainly", "with rights"):
+            wait_until(lambda: os.path.exists(f"{shared}/{name}"))  # pylint: disable=cell-var-from-loop
+            shown = subprocess.run(["cat", f"{shared}/{name}"], user=colleague.pw_uid,
+                                   group=colleague.pw_gid, extra_groups=[], check=False,
+                                   capture_output=True)
+            self.assertEqual(shown.stdout, b"", name)
 
     def test_items_are_moved_and_replace_files(self):
         self.place("old", "kept")

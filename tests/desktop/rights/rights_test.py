@@ -9,6 +9,8 @@ import os
 import pwd
 import shutil
 import signal
+import stat
+import struct
 import subprocess
 import sys
 import unittest
@@ -212,6 +214,22 @@ class Session(WithAdministration):
         wait_until(lambda: not processes(HELPER))
         self.assertFalse(os.path.exists(tree))
 
+    def test_what_a_killed_helper_left_is_removed_by_the_next_session(self):
+        tree = self.big()
+        self.client.order("begin", "/bin/cp", "-f", "-p", "-R", tree, HOME + "/copy")
+        self.assertEqual(self.client.answer()[:2], ["0", "0"])
+        left = lambda: glob.glob(HOME + "/.quorvane-*")
+        wait_until(left)
+        for process in processes(HELPER):  # and the one that copies
+            os.kill(process, signal.SIGKILL)
+        self.client.__exit__()
+        self.assertEqual(len(left()), 1)
+        self.assertFalse(os.path.exists(HOME + "/copy"))
+        with ServiceClient() as client:
+            self.assertEqual(client.login(ADMINISTRATOR), GRANTED)
+            wait_until(lambda: not left())
+        self.assertEqual(os.listdir("/var/lib/quorvane-privileged-helper"), [])
+
     def test_the_helper_has_nothing_of_its_client(self):
         (helper,) = processes(HELPER)
         proc = f"/proc/{helper}"
@@ -287,6 +305,95 @@ print(len(taken), int(attached), int(readable("mem")), int(readable("environ")))
             self.assertEqual(int(client.ask("inherit")[0]), GRANTED)
             self.assertEqual(client.run("/bin/mkdir", "-p", self.folder + "/made"), (GRANTED, 0))
         self.assertTrue(os.path.isdir(self.folder + "/made"))
+
+
+class Gains(WithAdministration):
+    """What may do more than its user, on its way through the helper."""
+
+    def setUp(self):
+        super().setUp()
+        self.client = ServiceClient()
+        self.addCleanup(self.client.__exit__)
+        self.assertEqual(self.client.login(ADMINISTRATOR), GRANTED)
+
+    def tearDown(self):
+        self.client.__exit__()
+        super().tearDown()
+
+    def volume(self):
+        """One that the user could bring along, and all that is on it."""
+        volume = self.folder + "/volume"
+        os.mkdir(volume)
+        subprocess.run(["mount", "-t", "tmpfs", "-o", "nosuid,nodev,mode=755", "volume", volume],
+                       check=True)
+        self.addCleanup(subprocess.run, ["umount", volume], check=True)
+        return volume
+
+    @staticmethod
+    def arm(folder):
+        """Programs that would give the user the superuser's rights."""
+        os.makedirs(folder)
+        shutil.copy("/usr/bin/id", folder + "/id")
+        os.chmod(folder + "/id", 0o4755)
+        shutil.copy(os.path.realpath(sys.executable), folder + "/python")
+        capability = struct.pack("<5I", 0x02000001, 1 << 7, 0, 0, 0)  # CAP_SETUID, effective
+        os.setxattr(folder + "/python", "security.capability", capability)
+        return folder
+
+    @staticmethod
+    def gained(folder):
+        """The user numbers that the programs give to the user."""
+        def run(*command):
+            return int(subprocess.run(as_user(command), capture_output=True, text=True,
+                                      check=True).stdout)
+        script = "import os\ntry: os.setuid(0)\nexcept OSError: pass\nprint(os.getuid())"
+        return [run(folder + "/id", "-u"), run(folder + "/python", "-I", "-c", script)]
+
+    def run_all(self, *commands):
+        for command in commands:
+            self.assertEqual(self.client.run(*command)[0], GRANTED)
+
+    def test_the_programs_would_give_them(self):
+        """Else the tests below would prove nothing."""
+        self.assertEqual(self.gained(self.arm(self.folder + "/programs")), [0, 0])
+
+    def test_a_hostile_volume_gains_nothing(self):
+        programs = self.arm(self.volume() + "/programs")
+        self.addCleanup(shutil.rmtree, HOME + "/copy")
+        self.run_all(("/bin/cp", "-f", "-p", "-R", programs, HOME + "/copy"),
+                     ("/bin/cp", "-f", "-p", "-R", programs, self.folder + "/copy"),
+                     ("/bin/mv", "-f", programs, self.folder + "/moved"))
+        for place in (HOME + "/copy", self.folder + "/copy", self.folder + "/moved"):
+            wait_until(lambda: os.path.exists(place))  # pylint: disable=cell-var-from-loop
+            self.assertEqual(self.gained(place), [UID, UID])
+
+    def test_a_hostile_volumes_devices_stay_there(self):
+        device = self.volume() + "/null"
+        os.mknod(device, stat.S_IFCHR | 0o666, os.makedev(1, 3))
+        for tool in (("/bin/cp", "-f", "-p", "-R"), ("/bin/mv", "-f")):
+            for place in (self.folder, HOME):
+                self.client.run(*tool, device, place + "/device")
+                self.assertFalse(os.path.lexists(place + "/device"))
+        self.assertTrue(os.path.exists(device))
+        self.assertEqual(os.listdir(self.folder), ["volume"])
+
+    def test_what_only_the_superuser_could_run_does_not_come_to_the_user(self):
+        os.mkdir(self.folder + "/closed", 0o700)
+        programs = self.arm(self.folder + "/closed/programs")
+        self.addCleanup(shutil.rmtree, HOME + "/copy")
+        self.run_all(("/bin/cp", "-f", "-p", "-R", programs, HOME + "/copy"))
+        wait_until(lambda: os.path.exists(HOME + "/copy"))
+        self.assertEqual(self.gained(HOME + "/copy"), [UID, UID])
+        self.assertEqual(self.client.run("/bin/mv", "-f", programs, HOME + "/moved"),
+                         (TOOL_FAILED, EPERM))
+        self.assertTrue(os.path.isdir(programs))
+
+    def test_a_bundle_that_everybody_can_use_is_moved_as_it_is(self):
+        bundle = self.folder + "/Tool.app"
+        self.arm(bundle + "/Contents")
+        self.addCleanup(shutil.rmtree, HOME + "/Tool.app")
+        self.run_all(("/bin/mv", "-f", bundle, HOME + "/Tool.app"))
+        self.assertEqual(os.stat(HOME + "/Tool.app/Contents/id").st_mode & 0o7777, 0o4755)
 
 
 class Trash(WithAdministration):

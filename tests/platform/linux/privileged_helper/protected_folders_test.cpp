@@ -95,7 +95,6 @@ TEST(ProtectedFolders, AreNotReplacedByCopies) {
         const std::string documents = home + "/Documents";
         const Command command{.job = Job::copy,
                               .tool = "/bin/cp",
-                              .options = {"-fpRT", "--remove-destination"},
                               .operandCount = 2,
                               .operands = {file.c_str(), documents.c_str()}};
         const ProtectedFolders protectedFolders(::geteuid());
