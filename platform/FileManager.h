@@ -109,8 +109,8 @@ public:
     /// Moves an item; onto another volume by copying it and then deleting the source, which fails
     /// beforehand where that cannot be deleted, as far as can be known, and with ESTALE where it
     /// changed meanwhile: what is new stays, beside the whole copy. Fails with EEXIST where the
-    /// destination exists; an item moved to its own path is there already. EBUSY where a mount would
-    /// be taken along.
+    /// destination exists; an item moved to its own path is there already. EBUSY where a mount
+    /// would be taken along.
     virtual Result<void> moveItem(const Path& source, const Path& destination) = 0;
     /// Makes a folder and the missing ones above it; an existing folder is success.
     virtual Result<void> createDirectories(const Path& path) = 0;

@@ -67,8 +67,8 @@ bool QVAuthorization::authTrashFile(const MaybePath& item,
     return authMoveFile(item, destination);
 }
 
-/// Where the item goes in the Trash. A taken name is stamped once; should the stamped name be taken
-/// too, the move replaces what has it.
+/// Where the item goes in the Trash. A taken name is stamped once. Should the stamped name be taken
+/// too, the platform names another: the Trash replaces nothing, though it is asked to.
 MaybePath QVAuthorization::trashDestination(const Path& item) const {
     const std::string_view name = lastComponent(item);
     MaybePath destination = joinPath(QVLocalPaths::trashDirectory(), name);
