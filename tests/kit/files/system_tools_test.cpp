@@ -1,9 +1,12 @@
 // What the file manager learns and makes by command-line tools, with the real ones.
 
+#include <filesystem>
+
 #include <gtest/gtest.h>
 
 #include "kit/files/QVFileManager.h"
 #include "platform/PropertyLists.h"
+#include "platform/Workspace.h"
 #include "platform/linux/processes.h"
 #include "platform/linux/tools.h"
 #include "tests/kit/files/real_system.h"
@@ -59,6 +62,50 @@ TEST_F(SystemTools, PackAndUnpackFolders) {
     EXPECT_EQ(testing::contentOf(scratch_ / "unpacked/a folder/\xC3\xA4 \xFF\n"), "content");
     EXPECT_TRUE(QVFileManager::isDirectoryAtPath(scratch_ / "unpacked/a folder/empty"));
     EXPECT_FALSE(QVFileManager::decompressFile(scratch_ / "missing.zip", scratch_ / "nothing"));
+}
+
+/// A workspace whose Trash is a folder of the test.
+class OwnTrash final : public platform::Workspace {
+public:
+    explicit OwnTrash(Path trash) : trash_(std::move(trash)) {}
+
+    platform::Result<void> recycle(const Path& folder, const Path& /*destination*/,
+                                   const std::vector<std::string>& names) override {
+        for (const std::string& name : names)
+            std::filesystem::rename(folder + "/" + name, trash_ + "/" + name);
+        return {};
+    }
+    MaybePath bundlePath(const std::string& /*identifier*/) override { return std::nullopt; }
+    std::vector<Path> mountedLocalVolumes() override { return {}; }
+    bool isFilePackage(const Path& /*path*/) override { return false; }
+    void noteFileSystemChanged(const Path& /*path*/) override {}
+
+private:
+    Path trash_;
+};
+
+TEST_F(SystemTools, UnpackFoldersWhollyOrNotAtAll) {
+    system_.services.workspace = std::make_shared<OwnTrash>(scratch_.addFolder("Trash"));
+    const Path archive = scratch_ / "a.zip";
+    scratch_.addFile("source/first", "content");
+    std::string numbers;
+    for (int number = 0; number < 5000; ++number) numbers += std::to_string(number);
+    scratch_.addFile("source/second", numbers);
+    ASSERT_TRUE(QVFileManager::compressFile(scratch_ / "source", archive));
+    const std::string whole = testing::contentOf(archive);
+    std::string miscounted = whole;
+    ++miscounted[whole.size() - 12];
+    std::string damaged = whole;
+    ++damaged[whole.size() / 2]; // in the second file
+    for (const std::string& content : {whole + "rest", whole.substr(1), miscounted, damaged}) {
+        scratch_.addFile("a.zip", content);
+        scratch_.addFile("unpacked/old", "old");
+        EXPECT_FALSE(QVFileManager::decompressFile(archive, scratch_ / "unpacked"));
+        EXPECT_EQ(testing::contentOf(scratch_ / "Trash/unpacked/old"), "old");
+        std::filesystem::remove_all(scratch_ / "Trash/unpacked");
+        for (const auto& entry : std::filesystem::directory_iterator(scratch_.path()))
+            EXPECT_FALSE(entry.path().filename().string().starts_with('.')) << entry.path();
+    }
 }
 
 TEST_F(SystemTools, DescribeTheDiskOfAMountPoint) {

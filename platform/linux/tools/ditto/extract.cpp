@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <filesystem>
 #include <memory>
-#include <utility>
+#include <optional>
+#include <string_view>
+#include <unordered_map>
 
 #include <fcntl.h>
 #include <linux/openat2.h>
@@ -11,9 +13,11 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include "platform/linux/file_removal.h"
 #include "platform/linux/posix.h"
 #include "platform/linux/tools/ditto/archive_error.h"
+#include "platform/linux/tools/ditto/interruption.h"
+#include "platform/linux/tools/ditto/merge.h"
+#include "platform/linux/tools/ditto/staging.h"
 #include "platform/linux/tools/ditto/zip_reader.h"
 
 namespace quorvane::platform::linux_::tools::ditto {
@@ -28,67 +32,40 @@ struct FreeDisk {
     void operator()(archive* disk) const { archive_write_free(disk); }
 };
 
-Descriptor openFolder(const Path& folder) {
-    return Descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-}
-
 /// The folder that the process works in, for the object's life: relative names start there.
 class WorkingFolder {
 public:
-    explicit WorkingFolder(const Path& folder)
-        : before_(openFolder(".")), folder_(openFolder(folder)) {
-        if (!before_ || !folder_ || ::fchdir(folder_.get()) != 0)
-            throw Failure(folder, systemError());
+    explicit WorkingFolder(const Descriptor& folder)
+        : before_(::open(".", O_PATH | O_DIRECTORY | O_CLOEXEC)) {
+        if (!before_) throw Failure(systemError().text);
+        enter(folder);
     }
     WorkingFolder(const WorkingFolder&) = delete;
     WorkingFolder& operator=(const WorkingFolder&) = delete;
     ~WorkingFolder() { ignore(::fchdir(before_.get())); }
 
-    int descriptor() const { return folder_.get(); }
+    void enter(const Descriptor& folder) {
+        if (::fchdir(folder.get()) != 0) throw Failure(systemError().text);
+    }
 
 private:
     Descriptor before_;
-    Descriptor folder_;
 };
 
-/// Where the items go until all are there: beside the folder, if that is new.
-class Target {
+/// The umask for the object's life. Of a folder that the archive does not list, the library sets
+/// the permissions last if these are not just what it makes new folders with; the folder of that
+/// name that was there, with which it has become one, must keep its own.
+class PlainUmask {
 public:
-    explicit Target(Path folder) : folder_(std::move(folder)) {
-        struct stat status {};
-        if (::stat(folder_.c_str(), &status) == 0) return;
-        const Path parent = folder_.substr(0, folder_.rfind('/') + 1);
-        std::error_code error;
-        std::filesystem::create_directories(parent, error);
-        if (error) throw Failure(parent, error.message());
-        staging_ = parent + ".unpacked-XXXXXX";
-        if (::mkdtemp(staging_.data()) == nullptr) throw Failure(folder_, systemError());
+    PlainUmask() : before_(::umask(0)) {
+        ::umask((before_ | S_IWOTH) & ~static_cast<mode_t>(S_IRWXU));
     }
-    Target(const Target&) = delete;
-    Target& operator=(const Target&) = delete;
-    ~Target() { discard(); }
-
-    const Path& path() const { return staging_.empty() ? folder_ : staging_; }
-
-    /// Gives a new folder its name.
-    void keep() {
-        if (staging_.empty()) return;
-        // Replaces an empty folder at most.
-        if (::chmod(staging_.c_str(), withoutMask(0777)) != 0 ||
-            ::rename(staging_.c_str(), folder_.c_str()) != 0)
-            throw Failure(folder_, systemError());
-        staging_.clear();
-    }
-
-    /// Deletes a new folder.
-    void discard() {
-        if (!staging_.empty()) ignore(removeTree(staging_));
-        staging_.clear();
-    }
+    PlainUmask(const PlainUmask&) = delete;
+    PlainUmask& operator=(const PlainUmask&) = delete;
+    ~PlainUmask() { ::umask(before_); }
 
 private:
-    Path folder_;
-    Path staging_; ///< empty for a folder that was there, and once it has its name
+    mode_t before_;
 };
 
 std::string typeRefusal(archive_entry* entry) {
@@ -107,21 +84,20 @@ bool isFolderItself(const std::filesystem::path& name) {
 class Extraction {
 public:
     Extraction(const Path& archive, const Path& folder, Report& report)
-        : reader_(archive), target_(folder), working_(target_.path()), report_(report),
-          disk_(archive_write_disk_new()) {
+        : reader_(archive), folder_(folder), report_(report), staging_(folder, report),
+          working_(staging_.folder()), disk_(archive_write_disk_new()) {
         archive_write_disk_set_options(disk_.get(), kExtraction);
     }
 
     void run() {
-        try {
-            for (; reader_.entry() != nullptr; reader_.next()) take(reader_.entry());
-        } catch (...) {
-            target_.discard(); // while nothing in it is read-only yet
-            throw;
+        const std::optional<PlainUmask> umask =
+            staging_.destination() ? std::make_optional<PlainUmask>() : std::nullopt;
+        for (; reader_.entry() != nullptr; reader_.next()) {
+            throwIfInterrupted();
+            take(reader_.entry());
         }
-        if (report_.hasFailed()) target_.discard();
-        finish();
-        if (!report_.hasFailed()) target_.keep();
+        throwIfInterrupted();
+        if (!report_.hasFailed()) deliver();
     }
 
 private:
@@ -130,22 +106,31 @@ private:
         const std::string name = text == nullptr ? "" : text;
         std::string refusal = nameRefusal(name);
         if (refusal.empty()) refusal = typeRefusal(entry);
-        if (refusal.empty() && leadsThroughLink(name)) refusal = "lies beyond a link";
-        if (!refusal.empty()) {
-            report_.failure(name, refusal);
-        } else if (!isFolderItself(name)) {
-            extract(entry, name);
-        }
+        if (refusal.empty()) refusal = reader_.contradiction();
+        if (refusal.empty() && isFolderItself(name)) return;
+        if (refusal.empty()) refusal = placeRefusal(entry, name);
+        if (!refusal.empty()) return report_.failure(name, refusal);
+        extract(entry, name);
     }
 
-    /// Whether a link stands above the item or, by a name that ends in a slash, in its place.
-    bool leadsThroughLink(const std::string& name) const {
+    /// Why an item cannot go where its name tells: a link stands above it or, by a name that ends
+    /// in a slash, in its place; or an item that the archive lists under another name is there, as
+    /// on a volume where upper and lower case are the same.
+    std::string placeRefusal(archive_entry* entry, const std::string& name) {
+        const std::string_view listed = reader_.listed().name;
+        const auto [known, isNew] = listedAs_.insert({name, listed});
         open_how how{};
         how.flags = O_PATH | O_NOFOLLOW | O_CLOEXEC;
         how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS;
         const Descriptor item(static_cast<int>(
-            ::syscall(SYS_openat2, working_.descriptor(), name.c_str(), &how, sizeof how)));
-        return !item && errno == ELOOP;
+            ::syscall(SYS_openat2, staging_.folder().get(), name.c_str(), &how, sizeof how)));
+        if (!item && errno == ELOOP) return "lies beyond a link";
+        if (!item && errno == ENOTDIR) return "lies beyond a file";
+        if (!item || (!isNew && known->second == listed)) return "";
+        struct stat status {};
+        const bool areFolders = archive_entry_filetype(entry) == AE_IFDIR &&
+                                ::fstat(item.get(), &status) == 0 && S_ISDIR(status.st_mode);
+        return areFolders ? "" : "has the name of another item";
     }
 
     void extract(archive_entry* entry, const std::string& name) {
@@ -157,8 +142,21 @@ private:
         noteWarning(archive_write_finish_entry(disk_.get()), name);
     }
 
-    /// Permissions and times of folders are set last.
-    void finish() { noteWarning(archive_write_close(disk_.get()), target_.path()); }
+    /// Permissions and times of folders are set last: of new ones before anybody sees them, and
+    /// else once items can be moved out of them no more.
+    void deliver() {
+        if (const Descriptor* const destination = staging_.destination()) {
+            mergeFolders(staging_.folder(), *destination, report_);
+            if (report_.hasFailed()) return;
+            working_.enter(*destination);
+            finish();
+        } else {
+            finish();
+            if (!report_.hasFailed()) staging_.appear();
+        }
+    }
+
+    void finish() { noteWarning(archive_write_close(disk_.get()), folder_); }
 
     /// A volume that has no permissions still takes the items.
     void noteWarning(int result, const Path& item) {
@@ -167,10 +165,13 @@ private:
     }
 
     ZipReader reader_; // first, so that a file that is no archive changes nothing
-    Target target_;
-    WorkingFolder working_;
+    Path folder_;
     Report& report_;
+    Staging staging_;
+    WorkingFolder working_;
     std::unique_ptr<archive, FreeDisk> disk_;
+    /// The names so far, and what the archive lists them as; in another encoding, maybe.
+    std::unordered_map<std::string, std::string_view> listedAs_;
 };
 
 } // namespace

@@ -1,9 +1,11 @@
 // Makes and unpacks zip archives.
 #include <clocale>
+#include <csignal>
 
 #include <malloc.h>
 
 #include "platform/linux/interruption.h"
+#include "platform/linux/posix.h"
 #include "platform/linux/tools/ditto/command.h"
 #include "platform/linux/tools/ditto/create.h"
 #include "platform/linux/tools/ditto/extract.h"
@@ -29,6 +31,9 @@ void perform(const Arguments& arguments, Report& report) {
     std::setlocale(LC_CTYPE, "C.UTF-8");
     ::mallopt(M_TRIM_THRESHOLD, kKeptMemory);
     platform::linux_::watchForInterruption();
+    // What cannot be said or written is a failure like others, which leaves nothing behind.
+    for (const int signal : {SIGPIPE, SIGXFSZ})
+        platform::linux_::ignore(std::signal(signal, SIG_IGN));
     if (command.action == ditto::Command::Action::create) {
         ditto::createArchive(command.source, command.destination, command.keepParent, report);
     } else {

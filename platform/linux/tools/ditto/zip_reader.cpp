@@ -1,7 +1,6 @@
 #include "platform/linux/tools/ditto/zip_reader.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <string_view>
 
@@ -18,14 +17,21 @@ namespace {
 
 constexpr std::size_t kBufferSize = 256UL * 1024;
 
-/// What an archive without entries begins with; a comment may follow.
-constexpr std::string_view kEmptyArchive{"PK\5\6\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0", 20};
+/// The format's checksum, for the little that the library does not check.
+std::uint32_t checksumOf(std::string_view bytes) {
+    std::uint32_t sum = ~0U;
+    for (const char byte : bytes) {
+        sum ^= static_cast<unsigned char>(byte);
+        for (int bit = 0; bit < 8; ++bit) sum = sum >> 1U ^ ((sum & 1U) != 0 ? 0xEDB88320U : 0);
+    }
+    return ~sum;
+}
 
-bool isEmptyArchive(const Descriptor& file) {
-    std::array<char, kEmptyArchive.size()> start{};
-    const ssize_t size = ::pread(file.get(), start.data(), start.size(), 0);
-    return size == static_cast<ssize_t>(kEmptyArchive.size()) &&
-           std::string_view(start.data(), start.size()) == kEmptyArchive;
+ZipDirectory directoryOf(const Path& path, const Descriptor& file) {
+    struct stat status {};
+    if (!file || ::fstat(file.get(), &status) != 0) throw Failure(path, systemError());
+    if (!S_ISREG(status.st_mode)) throw Failure(path, "is no file");
+    return readDirectory({path, file.get(), static_cast<std::uint64_t>(status.st_size)});
 }
 
 } // namespace
@@ -34,13 +40,9 @@ ZipReader::ZipReader(const Path& path)
     : path_(path), file_(retryInterrupted([&] {
           return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
       })),
-      buffer_(kBufferSize), reader_(archive_read_new()) {
-    struct stat status {};
-    if (!file_ || ::fstat(file_.get(), &status) != 0) throw Failure(path_, systemError());
-    if (!S_ISREG(status.st_mode)) throw Failure(path_, "is no file");
-    size_ = static_cast<std::uint64_t>(status.st_size);
-    if (isEmptyArchive(file_)) return; // in which the library sees none
-    corrections_ = nameCorrections(file_.get(), size_);
+      directory_(directoryOf(path, file_)), position_(directory_.begin), buffer_(kBufferSize),
+      reader_(archive_read_new()) {
+    if (directory_.items.empty()) return; // in which the library sees no archive
     archive_read_support_format_zip_seekable(reader_.get());
     archive_read_set_read_callback(reader_.get(), read);
     archive_read_set_seek_callback(reader_.get(), seek);
@@ -54,19 +56,38 @@ void ZipReader::next() {
     const int result = archive_read_next_header(reader_.get(), &entry_);
     if (result == ARCHIVE_EOF) {
         entry_ = nullptr;
+        if (taken_ != directory_.items.size())
+            throw Failure(path_, "has items that cannot be found");
     } else if (result != ARCHIVE_OK && result != ARCHIVE_WARN) {
         throw Failure(path_, reasonOf(reader_.get()));
+    } else if (++taken_ > directory_.items.size()) {
+        throw Failure(path_, "has items that its directory does not list");
     }
 }
 
+std::string ZipReader::contradiction() const {
+    const ListedItem& item = listed();
+    const auto type = archive_entry_filetype(entry_);
+    if (type == AE_IFDIR && item.size > 0) return "is a folder, and has data";
+    if (item.size == 0) return item.checksum == 0 ? "" : "is empty, and has a checksum";
+    if (type != AE_IFLNK) return "";
+    const char* const text = archive_entry_symlink(entry_);
+    const std::string_view target = text == nullptr ? "" : text;
+    const bool isAsListed = target.size() == item.size && checksumOf(target) == item.checksum;
+    return isAsListed ? "" : "is a link whose target is damaged";
+}
+
 bool ZipReader::copyDataTo(archive* disk) {
-    for (;;) {
+    for (std::uint64_t copied = 0;;) {
         throwIfInterrupted();
         const void* block = nullptr;
         std::size_t size = 0;
         la_int64_t offset = 0;
         const int result = archive_read_data_block(reader_.get(), &block, &size, &offset);
-        if (result == ARCHIVE_EOF) return true;
+        if (result == ARCHIVE_EOF) {
+            if (copied != listed().size) error_ = "has another size than the directory tells";
+            return copied == listed().size;
+        }
         if (result != ARCHIVE_OK) {
             error_ = reasonOf(reader_.get());
             return false;
@@ -75,13 +96,16 @@ bool ZipReader::copyDataTo(archive* disk) {
             error_ = reasonOf(disk);
             return false;
         }
+        copied += size;
     }
 }
 
 la_ssize_t ZipReader::read(archive* reader, void* self, const void** buffer) {
     auto& zip = *static_cast<ZipReader*>(self);
+    const std::size_t wanted =
+        std::min<std::uint64_t>(zip.buffer_.size(), zip.directory_.end - zip.position_);
     const ssize_t size = retryInterrupted([&] {
-        return ::pread(zip.file_.get(), zip.buffer_.data(), zip.buffer_.size(),
+        return ::pread(zip.file_.get(), zip.buffer_.data(), wanted,
                        static_cast<off_t>(zip.position_));
     });
     if (size < 0) {
@@ -97,22 +121,27 @@ la_ssize_t ZipReader::read(archive* reader, void* self, const void** buffer) {
 
 la_int64_t ZipReader::seek(archive* /*reader*/, void* self, la_int64_t offset, int whence) {
     auto& zip = *static_cast<ZipReader*>(self);
-    const auto base = static_cast<la_int64_t>(whence == SEEK_END   ? zip.size_
-                                              : whence == SEEK_CUR ? zip.position_
-                                                                   : 0);
-    const auto size = static_cast<la_int64_t>(zip.size_);
+    const auto size = static_cast<la_int64_t>(zip.directory_.end - zip.directory_.begin);
+    const auto position = static_cast<la_int64_t>(zip.position_ - zip.directory_.begin);
+    const la_int64_t base = whence == SEEK_END ? size : whence == SEEK_CUR ? position : 0;
     if (offset < -base || offset > size - base) return ARCHIVE_FATAL;
-    zip.position_ = static_cast<std::uint64_t>(base + offset);
+    zip.position_ = zip.directory_.begin + static_cast<std::uint64_t>(base + offset);
     return base + offset;
 }
 
 /// In what has just been read, at the position before it.
 void ZipReader::correct(std::size_t size) {
-    auto next = std::lower_bound(
-        corrections_.begin(), corrections_.end(), position_,
-        [](const Correction& one, std::uint64_t offset) { return one.offset < offset; });
-    for (; next != corrections_.end() && next->offset < position_ + size; ++next)
-        buffer_[next->offset - position_] = next->byte;
+    const std::uint64_t end = position_ + size;
+    const auto& all = directory_.corrections;
+    auto next = std::partition_point(all.begin(), all.end(), [this](const Correction& one) {
+        return one.offset + one.size <= position_;
+    });
+    for (; next != all.end() && next->offset < end; ++next) {
+        const std::uint64_t from = std::max(next->offset, position_);
+        const std::uint64_t to = std::min(next->offset + next->size, end);
+        const char* const bytes = next->bytes.data() + (from - next->offset);
+        std::copy(bytes, bytes + (to - from), buffer_.data() + (from - position_));
+    }
 }
 
 } // namespace quorvane::platform::linux_::tools::ditto

@@ -10,15 +10,16 @@
 
 #include "platform/Values.h"
 #include "platform/linux/posix.h"
-#include "platform/linux/tools/ditto/zip_names.h"
+#include "platform/linux/tools/ditto/zip_directory.h"
 
 namespace quorvane::platform::linux_::tools::ditto {
 
-/// Names and link targets are the archive's own bytes, whatever it says that they are. Throws
+/// Reads the items that the archive's directory lists, each one and no other, in the order of their
+/// data. Names and link targets are the archive's own bytes, whatever it says that they are. Throws
 /// Failure.
 class ZipReader {
 public:
-    /// Takes a regular file and finds its directory, so that what is no archive fails here.
+    /// Takes a regular file and reads its directory, so that what is no sound archive fails here.
     explicit ZipReader(const Path& path);
     ~ZipReader() = default;
     ZipReader(const ZipReader&) = delete;
@@ -26,9 +27,14 @@ public:
 
     /// The entry where the reader stands; null at the end. Valid until next().
     archive_entry* entry() const { return entry_; }
+    /// What the directory tells of that entry. Lives as long as the reader.
+    const ListedItem& listed() const { return directory_.items[taken_ - 1]; }
     void next();
-    /// Copies the entry's data. False, with the reason in error(), when it is damaged or the other
-    /// side does not take it.
+    /// Why the entry, which may be a link or folder, is not what the directory tells; empty when it
+    /// is, as far as that shows without its data.
+    std::string contradiction() const;
+    /// Copies the entry's data. False, with the reason in error(), when it is damaged, is not what
+    /// the directory tells, or the other side does not take it.
     bool copyDataTo(archive* disk);
     const std::string& error() const { return error_; }
 
@@ -44,12 +50,12 @@ private:
 
     Path path_;
     Descriptor file_;
-    std::uint64_t size_ = 0;
-    std::uint64_t position_ = 0;
-    std::vector<Correction> corrections_;
-    std::vector<unsigned char> buffer_;
+    ZipDirectory directory_;
+    std::uint64_t position_ = 0; ///< in the file, of which the library sees the archive alone
+    std::vector<char> buffer_;
     std::unique_ptr<archive, Free> reader_;
     archive_entry* entry_ = nullptr;
+    std::size_t taken_ = 0;
     std::string error_;
 };
 

@@ -13,6 +13,7 @@
 #include "tests/platform/linux/child_process.h"
 #include "tests/platform/linux/scratch_folder.h"
 #include "tests/platform/linux/tools/tool_run.h"
+#include "tests/platform/linux/tools/tree_listing.h"
 
 namespace {
 
@@ -21,9 +22,12 @@ using namespace quorvane;
 using namespace quorvane::platform::linux_::tools;
 using ditto::Command;
 using quorvane::testing::contentOf;
+using quorvane::testing::itemsOf;
+using quorvane::testing::namesIn;
 using quorvane::testing::runPython;
 using quorvane::testing::runTool;
 using quorvane::testing::ScratchFolder;
+using quorvane::testing::statusOf;
 using quorvane::testing::ToolRun;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -31,38 +35,6 @@ using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
 ToolRun run(const Arguments& arguments) { return runTool(QV_DITTO, arguments); }
-
-struct stat statusOf(const Path& item) {
-    struct stat status {};
-    EXPECT_EQ(lstat(item.c_str(), &status), 0) << item;
-    return status;
-}
-
-/// All items below a folder, sorted: name, type, permissions, whole seconds, content.
-std::vector<std::string> itemsOf(const Path& folder) {
-    std::vector<std::string> items;
-    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-        const struct stat status = statusOf(entry.path());
-        std::string line = entry.path().string().substr(folder.size());
-        line += " " + std::to_string(status.st_mode) + " " + std::to_string(status.st_mtime);
-        if (S_ISLNK(status.st_mode)) {
-            line += " -> " + fs::read_symlink(entry.path()).string();
-        } else if (S_ISREG(status.st_mode)) {
-            line += " = " + contentOf(entry.path());
-        }
-        items.push_back(line);
-    }
-    std::sort(items.begin(), items.end());
-    return items;
-}
-
-std::vector<std::string> namesIn(const Path& folder) {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(folder))
-        names.push_back(entry.path().filename());
-    std::sort(names.begin(), names.end());
-    return names;
-}
 
 void setTime(const Path& item, time_t seconds) {
     const timespec times[] = {{seconds, 0}, {seconds, 0}};
