@@ -37,6 +37,8 @@ public:
     platform::Result<void> walkTree(const Path& folder, platform::ItemSizes sizes,
                                     platform::TreeVisitor& visitor) override;
     platform::Result<void> removeItem(const Path& path) override;
+    platform::Result<void> checkEmptyFolders(const Path& path) override;
+    platform::Result<void> removeEmptyFolders(const Path& path) override;
     platform::Result<void> moveItem(const Path& source, const Path& destination) override;
     platform::Result<void> copyItem(const Path& source, const Path& destination) override;
     platform::Result<void> createDirectories(const Path& path) override;

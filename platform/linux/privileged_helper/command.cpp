@@ -16,12 +16,14 @@ struct Form {
 };
 
 // -T: a folder or link at the destination is a thing to be replaced, never a place to go into.
-// A move has no tool: it is a rename, or a copy of the helper's own.
+// A move has no tool: it is a rename, or a copy of the helper's own. The removal of empty folders
+// has none either: it takes those below the folder too.
 // --remove-destination: nothing is written through a link or into a file known by other names.
 // -h: of a link the link itself is touched.
-constexpr std::array<Form, 6> kForms{{
+constexpr std::array<Form, 7> kForms{{
     {Job::remove, "/bin/rm", {"-Rdf"}, {"-Rdf"}, 1},
     {Job::remove, "/bin/rm", {"-R", "-f"}, {"-Rf"}, 1},
+    {Job::removeEmptyFolders, "/bin/rmdir", {}, {}, 1},
     {Job::move, "/bin/mv", {"-f"}, {}, 2},
     {Job::copy, "/bin/cp", {"-f", "-p", "-R"}, {"-fpRT", "--remove-destination"}, 2},
     {Job::makeFolder, "/bin/mkdir", {"-p"}, {"-p"}, 1},

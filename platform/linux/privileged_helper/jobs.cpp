@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "platform/linux/empty_folders.h"
 #include "platform/linux/privileged_helper/staging.h"
 
 namespace quorvane::platform::linux_::helper {
@@ -24,11 +25,18 @@ Started move(const Command& command, const Place& source, const Place& destinati
     return startedChild(startStaged(command, source, destination, output));
 }
 
+/// By the helper itself, which can tell why nothing was removed.
+Started removeFolders(const Place& place) {
+    const auto removed = removeEmptyFolders(ItemPlace{duplicate(place.folder), place.name});
+    if (!removed) return {removed.error().code, 0, {}};
+    return {0, 0, kSucceeded};
+}
+
 /// Whether a protected folder at the operand would be gone, or be something else, afterwards.
 bool wouldReplace(const Command& command, std::uint32_t operand) {
     const bool isDestination = operand == 1;
-    return command.job == Job::remove || command.job == Job::move ||
-           (command.job == Job::copy && isDestination);
+    return command.job == Job::remove || command.job == Job::removeEmptyFolders ||
+           command.job == Job::move || (command.job == Job::copy && isDestination);
 }
 
 } // namespace
@@ -44,6 +52,7 @@ Started start(const Command& command, const ProtectedFolders& protectedFolders, 
             protectedFolders.contains(command.operands.at(index), place))
             return {EPERM, 0, {}};
     }
+    if (command.job == Job::removeEmptyFolders) return removeFolders(places[0]);
     if (command.job == Job::move) return move(command, places[0], places[1], output);
     if (command.job == Job::copy)
         return startedChild(startStaged(command, places[0], places[1], output));
