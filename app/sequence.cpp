@@ -122,17 +122,15 @@ private:
         const auto files = platform::services().makeFileManager();
         if (const auto found = files->checkEmptyFolders(*folder); !found) {
             const int code = found.error().code;
-            if (code != ENOENT && code != ENOTEMPTY) reportKept(*folder, found.error().text);
+            if (code != ENOENT && code != ENOTEMPTY)
+                reportFailure("Unable to tell whether the folder %@ is empty: %@", *folder,
+                              found.error().text);
             return;
         }
         reasons_.clear();
         // For the superuser the kit claims success whatever happened.
         if (!QVFileManager::removeFolderIfEmpty(folder) || files->existence(*folder).exists)
-            reportKept(*folder, reasons_.text());
-    }
-
-    static void reportKept(const Path& folder, const std::string& reason) {
-        reportFailure("Unable to remove the folder %@ if it is empty: %@", folder, reason);
+            reportFailure("Unable to remove the empty folder %@: %@", *folder, reasons_.text());
     }
 
     void trashAll(const MaybePath& folder, Names names) {

@@ -85,7 +85,7 @@ TEST_F(FailureReports, TellOfFoldersThatCouldNotBeLookedThrough) {
                             {EIO, "Input/output error"});
     EXPECT_THAT(
         reports(),
-        ElementsAre("Unable to remove the folder " + folder + " if it is empty: Permission denied",
+        ElementsAre("Unable to tell whether the folder " + folder + " is empty: Permission denied",
                     "Unable to list the folder /Library/Receipts: Input/output error"));
 }
 
@@ -94,9 +94,9 @@ TEST_F(FailureReports, TellOfEmptyFoldersThatCouldNotBeRemoved) {
     system.disk->addFolder(folder + "/.empty");
     system.disk->failAlways("removeEmptyFolders", folder, {EACCES, "Permission denied"});
     system.authorization->copyRightsStatus = platform::kAuthorizationDenied;
-    EXPECT_THAT(reports(), ElementsAre("Unable to remove the folder " + folder +
-                                       " if it is empty: Permission denied; administrator rights "
-                                       "were not granted"));
+    EXPECT_THAT(reports(), ElementsAre("Unable to remove the empty folder " + folder +
+                                       ": Permission denied; administrator rights were not "
+                                       "granted"));
 }
 
 } // namespace
