@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "app/failure_report.h"
 #include "kit/base/components.h"
 #include "kit/files/QVFileManager.h"
 #include "kit/paths/QVLocalPaths.h"
@@ -49,7 +50,9 @@ void AppController::trashFile(const MaybePath& item) {
     if (!item || isOffLimits(*item)) return;
     const auto files = platform::services().makeFileManager();
     if (!files->existence(*item).exists) return;
-    QVFileManager::trashFile(item, kTrashTimeout);
+    reasons_->clear();
+    if (!QVFileManager::trashFile(item, kTrashTimeout))
+        reportFailure("Unable to move %@ to the Trash: %@", *item, reasons_->text());
 }
 
 } // namespace brightkeel

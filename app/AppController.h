@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "app/services/uninstaller_services.h"
 #include "platform/Application.h"
 #include "platform/Values.h"
 
@@ -22,6 +23,10 @@ struct Outlets {
 /// Lives as long as the process: the worker thread uses it until the application ends.
 class AppController {
 public:
+    /// With the services that the uninstall runs on: without them it could delete things.
+    explicit AppController(const UninstallerServices& services)
+        : reasons_(services.failureReasons()) {}
+
     void setOutlets(Outlets outlets) { outlets_ = std::move(outlets); }
     /// `awakeFromNib`: the interface has been loaded; there is nothing to do.
     void awakeFromNib() {}
@@ -33,17 +38,20 @@ public:
     void cancel();
 
     /// `beginUninstall`: the whole uninstall, from quitting the tools to the completion alert.
-    /// Nothing stops it and no failure is shown: what cannot be moved stays. Worker thread.
+    /// Nothing stops it and no failure is shown: what cannot be moved stays, and the console log
+    /// tells why. Worker thread.
     void beginUninstall();
     /// `endProgress`: tells the user and ends the application. Main thread.
     void endProgress();
 
     /// `trashFile:`: moves an item to the Trash and waits until it is gone, for at most 10 seconds.
     /// Leaves alone: null, items directly inside a folder named Release, items of a build tree
-    /// ("/Structure/Applications/"), whatever begins like the Trash's path, and absent items.
+    /// ("/Structure/Applications/"), whatever begins like the Trash's path, and absent items. The
+    /// console log tells of an item that did not go.
     void trashFile(const quorvane::MaybePath& item);
 
 private:
+    std::shared_ptr<FailureReasons> reasons_;
     Outlets outlets_;
 };
 

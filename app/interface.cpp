@@ -1,6 +1,7 @@
 #include "app/interface.h"
 
 #include "app/AppController.h"
+#include "app/services/uninstaller_services.h"
 
 namespace brightkeel {
 namespace {
@@ -64,8 +65,9 @@ WindowDescription progressWindow() {
 } // namespace
 
 void loadInterface(Application& application) {
-    // The controller lives as long as the process: its worker thread may outlast the main loop.
-    static AppController& controller = *new AppController;
+    // They live as long as the process: the worker thread may outlast the main loop.
+    static const UninstallerServices& services = *new UninstallerServices;
+    static AppController& controller = *new AppController(services);
     const auto windowMain = application.makeWindow(mainWindow(controller));
     const auto windowProgress = application.makeWindow(progressWindow());
     controller.setOutlets({.windowMain = windowMain,

@@ -1,9 +1,11 @@
 // The uninstall, step by step. The order is fixed.
 
+#include <cerrno>
 #include <string>
 
 #include "app/AppController.h"
 #include "app/Catalogue.h"
+#include "app/failure_report.h"
 #include "app/name_predicate.h"
 #include "kit/base/components.h"
 #include "kit/files/QVFileManager.h"
@@ -30,8 +32,8 @@ struct Options {
 /// One run of the uninstall on its worker thread.
 class Sequence {
 public:
-    Sequence(AppController& controller, Options options)
-        : controller_(controller), options_(options) {}
+    Sequence(AppController& controller, FailureReasons& reasons, Options options)
+        : controller_(controller), reasons_(reasons), options_(options) {}
 
     void run() {
         quitTools();
@@ -81,7 +83,7 @@ private:
             joinPath(QVLocalPaths::appSupportDirectory(domain), catalogue::kSupportFolder.folder);
         for (const std::string& name : matches(folder, catalogue::kSupportFolder.predicate))
             controller_.trashFile(joinPath(folder, name));
-        QVFileManager::removeFolderIfEmpty(folder);
+        removeIfEmpty(folder);
     }
 
     void trashSharedResources() {
@@ -108,10 +110,27 @@ private:
             controller_.trashFile(*folder + '/' + name);
     }
 
-    static void removeEmptyApplicationFolders() {
+    void removeEmptyApplicationFolders() {
         const MaybePath folder = QVLocalPaths::applicationDirectory(UserDomain::no);
-        QVFileManager::removeFolderIfEmpty(joinPath(folder, catalogue::kSuiteFolder));
-        QVFileManager::removeFolderIfEmpty(joinPath(folder, catalogue::kMakerFolder));
+        removeIfEmpty(joinPath(folder, catalogue::kSuiteFolder));
+        removeIfEmpty(joinPath(folder, catalogue::kMakerFolder));
+    }
+
+    /// Looks first: the kit takes for empty whatever cannot be listed.
+    void removeIfEmpty(const MaybePath& folder) {
+        if (!folder) return;
+        const auto files = platform::services().makeFileManager();
+        if (const auto found = files->checkEmptyFolders(*folder); !found) {
+            const int code = found.error().code;
+            if (code != ENOENT && code != ENOTEMPTY)
+                reportFailure("Unable to tell whether the folder %@ is empty: %@", *folder,
+                              found.error().text);
+            return;
+        }
+        reasons_.clear();
+        // For the superuser the kit claims success whatever happened.
+        if (!QVFileManager::removeFolderIfEmpty(folder) || files->existence(*folder).exists)
+            reportFailure("Unable to remove the empty folder %@: %@", *folder, reasons_.text());
     }
 
     void trashAll(const MaybePath& folder, Names names) {
@@ -123,13 +142,18 @@ private:
     static std::vector<std::string> matches(const MaybePath& folder, std::string_view predicate) {
         if (!folder) return {};
         auto listing = platform::services().makeFileManager()->contentsOfDirectory(*folder);
-        if (!listing) return {};
+        if (!listing) {
+            if (listing.error().code != ENOENT)
+                reportFailure("Unable to list the folder %@: %@", *folder, listing.error().text);
+            return {};
+        }
         std::erase_if(listing.value(),
                       [&](const std::string& name) { return !nameMatches(name, predicate); });
         return std::move(listing.value());
     }
 
     AppController& controller_;
+    FailureReasons& reasons_;
     Options options_;
 };
 
@@ -140,7 +164,7 @@ bool isOn(const platform::CheckBox& box) { return box.state() == platform::Check
 void AppController::beginUninstall() {
     const Options options{.removeShared = isOn(*outlets_.removeSharedCheck),
                           .removeConfig = isOn(*outlets_.removeConfigCheck)};
-    Sequence(*this, options).run();
+    Sequence(*this, *reasons_, options).run();
     platform::services().application->performOnMainThreadAndWait([this] { endProgress(); });
 }
 

@@ -49,7 +49,8 @@ int main() {
         platform::linux_::makeServices(std::make_shared<NoScreen>());
     platform::installServices(&services);
     const auto window = std::make_shared<NoWindow>();
-    brightkeel::AppController controller;
+    const brightkeel::UninstallerServices uninstallerServices;
+    brightkeel::AppController controller(uninstallerServices);
     controller.setOutlets({.windowMain = window,
                            .removeSharedCheck = std::make_shared<Ticked>(),
                            .removeConfigCheck = std::make_shared<Ticked>(),

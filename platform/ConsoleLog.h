@@ -9,7 +9,7 @@ namespace quorvane::platform {
 class ConsoleLog {
 public:
     virtual ~ConsoleLog() = default;
-    /// Writes one message.
+    /// Writes one message, on one line and without control characters, whatever it holds.
     virtual void log(const std::string& message) = 0;
 };
 

@@ -50,6 +50,12 @@ struct AttributeChanges {
     std::optional<FileTime> modificationDate = std::nullopt;
 };
 
+/// Whether a name is that of a file which desktops put into folders by themselves, so that a folder
+/// with nothing else in it counts as empty.
+inline bool isDesktopMetadata(std::string_view name) {
+    return name == ".DS_Store" || name == "Icon\r";
+}
+
 /// Told of everything that a walk through a folder comes upon.
 class TreeVisitor {
 public:
@@ -101,6 +107,16 @@ public:
     /// included. Stops at the first item that cannot be deleted. EBUSY, with nothing deleted, where
     /// anything is mounted on the item or below it.
     virtual Result<void> removeItem(const Path& path) = 0;
+    /// Looks whether an item is a folder that holds nothing but desktop metadata, as regular files,
+    /// and folders of the same kind. Fails with ENOTDIR for anything but a folder, such as a link
+    /// to one, with ENOTEMPTY where anything else is found, with EBUSY where something is mounted,
+    /// and with the reason where any part cannot be looked at to its end.
+    virtual Result<void> checkEmptyFolders(const Path& path) = 0;
+    /// Removes such a folder with all below it, from the bottom up. Looks at everything first, and
+    /// removes nothing where that fails or where, as far as can be known, a part could not be
+    /// removed. Whatever else comes to lie there meanwhile keeps the folders that hold it, and
+    /// fails with ENOTEMPTY.
+    virtual Result<void> removeEmptyFolders(const Path& path) = 0;
     /// Copies an item, a folder with all below it, with permissions, times, extended attributes and
     /// holes, and with its owner where the process may keep that. Links are copied as links; what
     /// is neither file, folder nor link is made anew, never opened. Fails with EEXIST where the

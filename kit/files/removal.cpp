@@ -11,8 +11,7 @@
 namespace quorvane {
 namespace {
 
-/// Files that the desktop puts into folders by itself.
-bool isDesktopMetadata(std::string_view name) { return name == ".DS_Store" || name == "Icon\r"; }
+using platform::isDesktopMetadata;
 
 /// Each folder is looked into once: what a second path leads to was found empty before, or is being
 /// looked at. A link back to a folder above keeps the tree from being empty, as following it for

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "platform/linux/directory.h"
+#include "platform/linux/empty_folders.h"
 #include "platform/linux/file_attributes.h"
 #include "platform/linux/file_copying.h"
 #include "platform/linux/file_moving.h"
@@ -43,6 +44,12 @@ public:
         return linux_::walkTree(folder, sizes, visitor);
     }
     Result<void> removeItem(const Path& path) override { return removeTree(path); }
+    Result<void> checkEmptyFolders(const Path& path) override {
+        return linux_::checkEmptyFolders(path);
+    }
+    Result<void> removeEmptyFolders(const Path& path) override {
+        return linux_::removeEmptyFolders(path);
+    }
     Result<void> moveItem(const Path& source, const Path& destination) override {
         return moveTree(source, destination);
     }

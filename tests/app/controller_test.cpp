@@ -26,7 +26,8 @@ protected:
 
     FakePlatform system;
     quorvane::testing::LogReader log;
-    AppController controller;
+    UninstallerServices services;
+    AppController controller{services};
 };
 
 TEST_F(Controller, CancelTerminatesAndTouchesNothing) {

@@ -5,10 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "app/AppController.h"
-#include "tests/app/fake_installation.h"
-#include "tests/support/fake_platform.h"
-#include "tests/support/log_reader.h"
+#include "tests/app/uninstall_fixture.h"
 
 namespace brightkeel {
 namespace {
@@ -18,7 +15,6 @@ using ::testing::ElementsAreArray;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using namespace quorvane;
-using quorvane::testing::FakePlatform;
 
 constexpr int kOn = platform::CheckBox::kOn;
 constexpr int kOff = platform::CheckBox::kOff;
@@ -31,50 +27,7 @@ std::vector<std::string> golden(const std::string& name) {
     return lines;
 }
 
-class Uninstall : public ::testing::Test {
-protected:
-    Uninstall() : log(system) {
-        testing::install(system);
-        system.queues->setMode(quorvane::testing::Detached::onThread);
-        system.application->setMode(quorvane::testing::MainThread::pumped);
-        const auto main = system.application->makeWindow(
-            {.title = "Main",
-             .elements = {platform::CheckBoxElement{"removeSharedCheck", "", ""},
-                          platform::CheckBoxElement{"removeConfigCheck", "", ""}},
-             .closeAction = {}});
-        const auto progress = system.application->makeWindow(
-            {.title = "Progress",
-             .elements = {platform::ProgressElement{"progressBar", "", ""}},
-             .closeAction = {}});
-        controller.setOutlets({.windowMain = main,
-                               .removeSharedCheck = main->checkBox("removeSharedCheck"),
-                               .removeConfigCheck = main->checkBox("removeConfigCheck"),
-                               .windowProgress = progress,
-                               .progressBar = progress->progressIndicator("progressBar")});
-        controller.awakeFromNib();
-        system.journal->clear();
-    }
-
-    /// Presses Uninstall, and answers what was done, without the unlocking of each item.
-    std::vector<std::string> run(int removeShared, int removeConfig) {
-        system.application->setCheckBoxState("removeSharedCheck", removeShared);
-        system.application->setCheckBoxState("removeConfigCheck", removeConfig);
-        controller.uninstall();
-        EXPECT_TRUE(
-            system.application->pumpUntil([this] { return system.application->terminated(); }));
-        system.queues->join();
-        std::vector<std::string> done;
-        for (const std::string& entry : system.journal->entries())
-            if (!entry.starts_with("files.setAttributes ") && !entry.starts_with("queues.") &&
-                entry.find("/Logs/Quorvane/") == std::string::npos)
-                done.push_back(entry);
-        return done;
-    }
-
-    FakePlatform system;
-    quorvane::testing::LogReader log;
-    AppController controller;
-};
+class Uninstall : public testing::UninstallTest {};
 
 TEST_F(Uninstall, WithNeitherOption) {
     EXPECT_THAT(run(kOff, kOff), ElementsAreArray(golden("neither")));

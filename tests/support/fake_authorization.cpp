@@ -82,7 +82,8 @@ FakeAuthorization::executeWithPrivileges(platform::AuthorizationRef reference, c
                                          const Arguments& arguments) {
     journal_.add("authorization.execute " + nameOf(reference) + " " + tool + " " +
                  bracketed(arguments) + " options=" + std::to_string(options));
-    if (executeStatus != platform::kAuthorizationSuccess) return {executeStatus, nullptr};
+    if (executeStatus != platform::kAuthorizationSuccess)
+        return {executeStatus, nullptr, executeReason};
     if (effect) effect(tool, arguments);
     return {executeStatus,
             std::make_unique<FakeCommunicationsPipe>(toolOutput, charactersRead_, endsOfFileRead_)};

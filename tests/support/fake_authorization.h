@@ -28,6 +28,7 @@ public:
     /// With success, a reference is inherited.
     platform::AuthorizationStatus copyPrivilegedReferenceStatus = platform::kAuthorizationDenied;
     platform::AuthorizationStatus executeStatus = platform::kAuthorizationSuccess;
+    platform::Error executeReason;
     /// What a started tool prints.
     Bytes toolOutput;
     /// The started tool's effect on the world, performed while it is started.

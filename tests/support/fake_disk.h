@@ -76,6 +76,10 @@ public:
     platform::Result<Path> linkDestination(const Path& path);
     /// A scripted failure of an item below the path stops the removal there.
     platform::Result<void> removeItem(const Path& path);
+    /// A folder whose "contentsOfDirectory" is scripted to fail cannot be looked at; one whose
+    /// "removeEmptyFolders" is cannot be removed.
+    platform::Result<void> checkEmptyFolders(const Path& path);
+    platform::Result<void> removeEmptyFolders(const Path& path);
     platform::Result<void> moveItem(const Path& source, const Path& destination);
     platform::Result<void> copyItem(const Path& source, const Path& destination);
     platform::Result<void> createDirectories(const Path& path);
@@ -131,6 +135,7 @@ private:
     platform::StreamHandle addStream(const Path& path, const std::shared_ptr<FakeItem>& item);
     std::optional<platform::Error> failure(const std::string& operation, const Path& path);
     platform::Result<void> removeTree(const FakePlace& place, const Path& path);
+    platform::Result<void> checkEmpty(const FakeItem& folder, const Path& path);
     platform::Result<void> move(const Path& source, const Path& destination);
     platform::Result<void> makeFolders(const Path& path);
     platform::Result<Bytes> extendedAttribute(const std::string& operation, const Path& path,

@@ -90,6 +90,34 @@ Result<void> FakeDisk::removeTree(const FakePlace& place, const Path& path) {
     return {};
 }
 
+Result<void> FakeDisk::checkEmptyFolders(const Path& path) {
+    const std::lock_guard lock(mutex_);
+    const Place place = findItem(root_, path, FinalLink::keep);
+    if (!place) return place.error();
+    if (!place.value().item->isFolder()) return errorFor(ENOTDIR);
+    return checkEmpty(*place.value().item, path);
+}
+
+Result<void> FakeDisk::checkEmpty(const FakeItem& folder, const Path& path) {
+    if (auto error = failure("contentsOfDirectory", path)) return *error;
+    for (const auto& [name, item] : folder.entries) {
+        const bool isMetadata =
+            item->kind == FakeItem::Kind::file && platform::isDesktopMetadata(name);
+        if (!isMetadata && !item->isFolder()) return errorFor(ENOTEMPTY);
+        if (!item->isFolder()) continue;
+        if (auto checked = checkEmpty(*item, joinPath(path, name)); !checked) return checked;
+    }
+    return {};
+}
+
+Result<void> FakeDisk::removeEmptyFolders(const Path& path) {
+    if (auto checked = checkEmptyFolders(path); !checked) return checked;
+    const std::lock_guard lock(mutex_);
+    if (auto error = failure("removeEmptyFolders", path)) return *error;
+    const Place place = findItem(root_, path, FinalLink::keep);
+    return place ? removeTree(place.value(), path) : place.error();
+}
+
 Result<void> FakeDisk::moveItem(const Path& source, const Path& destination) {
     const std::lock_guard lock(mutex_);
     if (auto error = failure("moveItem", source)) return *error;

@@ -105,6 +105,16 @@ platform::Result<void> FakeFileManager::removeItem(const Path& path) {
     return disk_->removeItem(path);
 }
 
+platform::Result<void> FakeFileManager::checkEmptyFolders(const Path& path) {
+    tellQuery("checkEmptyFolders", path);
+    return disk_->checkEmptyFolders(path);
+}
+
+platform::Result<void> FakeFileManager::removeEmptyFolders(const Path& path) {
+    journal_->add("files.removeEmptyFolders " + path);
+    return disk_->removeEmptyFolders(path);
+}
+
 platform::Result<void> FakeFileManager::moveItem(const Path& source, const Path& destination) {
     journal_->add("files.move " + source + " -> " + destination);
     return disk_->moveItem(source, destination);

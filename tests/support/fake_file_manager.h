@@ -15,6 +15,7 @@ enum class JournalQueries : bool { no, yes };
 
 /// Each call adds one line to the journal before it is performed:
 ///     files.remove /a
+///     files.removeEmptyFolders /a
 ///     files.move /a -> /b
 ///     files.copy /a -> /b
 ///     files.createDirectories /a/b
@@ -24,8 +25,8 @@ enum class JournalQueries : bool { no, yes };
 ///     files.openForReading /a, files.openTruncated /a, files.seek /a 65536, files.read /a 65536
 ///     bytes
 /// and, when queries are asked for, files.exists, files.list, files.attributes,
-/// files.linkDestination, files.walk, files.isWritable and files.isExecutable with the path. Dates
-/// are seconds since the start of 1970.
+/// files.linkDestination, files.walk, files.checkEmptyFolders, files.isWritable and
+/// files.isExecutable with the path. Dates are seconds since the start of 1970.
 class FakeFileManager : public platform::FileManager {
 public:
     FakeFileManager(std::shared_ptr<FakeDisk> disk, std::shared_ptr<Journal> journal,
@@ -37,6 +38,8 @@ public:
     platform::Result<void> walkTree(const Path& folder, platform::ItemSizes sizes,
                                     platform::TreeVisitor& visitor) override;
     platform::Result<void> removeItem(const Path& path) override;
+    platform::Result<void> checkEmptyFolders(const Path& path) override;
+    platform::Result<void> removeEmptyFolders(const Path& path) override;
     platform::Result<void> moveItem(const Path& source, const Path& destination) override;
     platform::Result<void> copyItem(const Path& source, const Path& destination) override;
     platform::Result<void> createDirectories(const Path& path) override;

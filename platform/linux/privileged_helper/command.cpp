@@ -19,9 +19,10 @@ struct Form {
 // Removals, moves and copies have no tool: they are the helper's own work.
 // -nT: the same without replacing anything, as the Trash asks for.
 // -h: of a link the link itself is touched.
-constexpr std::array<Form, 8> kForms{{
+constexpr std::array<Form, 9> kForms{{
     {Job::remove, "/bin/rm", {"-Rdf"}, {}, 1},
     {Job::remove, "/bin/rm", {"-R", "-f"}, {}, 1},
+    {Job::removeEmptyFolders, "/bin/rmdir", {}, {}, 1},
     {Job::move, "/bin/mv", {"-f"}, {}, 2},
     {Job::move, "/bin/mv", {"-nT"}, {}, 2, Replace::no},
     {Job::copy, "/bin/cp", {"-f", "-p", "-R"}, {}, 2},

@@ -8,7 +8,7 @@
 
 namespace quorvane::platform::linux_::helper {
 
-enum class Job { remove, move, copy, makeFolder, touch };
+enum class Job { remove, removeEmptyFolders, move, copy, makeFolder, touch };
 
 struct Command {
     int error = 0; ///< why the request is no command; 0 if it is one

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "platform/linux/empty_folders.h"
 #include "platform/linux/file_removal.h"
 #include "platform/linux/mount_table.h"
 #include "platform/linux/privileged_helper/hand_over.h"
@@ -11,7 +12,6 @@ namespace quorvane::platform::linux_::helper {
 namespace {
 
 constexpr ToolStatus kSucceeded{true, 0};
-constexpr ToolStatus kFailed{true, 1}; // as the tools exit
 
 Started refused(int error) { return {error, 0, {}}; }
 
@@ -43,8 +43,7 @@ Started move(const Command& command, const Place& source, const Place& destinati
         holdsPrivileges(source))
         return refused(EPERM);
     if (renamePlace(source, destination, command.replace)) return {0, 0, kSucceeded};
-    if (errno == EEXIST) return refused(errno); // it came there just now
-    if (errno != EXDEV) return {0, 0, kFailed};
+    if (errno != EXDEV) return refused(errno);
     return startedChild(startStaged(command, source, destination, records));
 }
 
@@ -65,11 +64,18 @@ Started remove(const Place& place) {
     }));
 }
 
+/// By the helper itself, which can tell why nothing was removed.
+Started removeFolders(const Place& place) {
+    const auto removed = removeEmptyFolders(itemAt(place));
+    if (!removed) return refused(removed.error().code);
+    return {0, 0, kSucceeded};
+}
+
 /// Whether a protected folder at the operand would be gone, or be something else, afterwards.
 bool wouldReplace(const Command& command, std::uint32_t operand) {
     const bool isDestination = operand == 1;
-    return command.job == Job::remove || command.job == Job::move ||
-           (command.job == Job::copy && isDestination);
+    return command.job == Job::remove || command.job == Job::removeEmptyFolders ||
+           command.job == Job::move || (command.job == Job::copy && isDestination);
 }
 
 } // namespace
@@ -89,6 +95,7 @@ Started start(const Command& command, const ProtectedFolders* protectedFolders, 
     if (command.job == Job::move) return move(command, places[0], places[1], records);
     if (command.job == Job::copy) return copy(command, places[0], places[1], records);
     if (command.job == Job::remove) return remove(places[0]);
+    if (command.job == Job::removeEmptyFolders) return removeFolders(places[0]);
     return startedChild(startTool(command.tool, command.options, {places.data()}, output));
 }
 

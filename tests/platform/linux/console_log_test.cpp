@@ -77,6 +77,15 @@ TEST_F(ConsoleLogTest, KeepsAMessageWithNewlinesOnOneLine) {
     EXPECT_EQ(written("\none\n\ntwo\n"), " one  two \n");
 }
 
+TEST_F(ConsoleLogTest, WritesNoControlCharacters) {
+    EXPECT_EQ(written("\x1b[31mred\x07\r\t\x7f|\x01"), " [31mred    | \n");
+    EXPECT_EQ(written("\xc2\x9b"
+                      "2J\xc2\x80|\xc2\xa0\xc3\x9b"),
+              "  2J  |\xc2\xa0\xc3\x9b\n");
+    EXPECT_EQ(written(std::string("a\0b", 3)), "a b\n");
+    EXPECT_EQ(written("\xc2"), "\xc2\n");
+}
+
 TEST_F(ConsoleLogTest, TakesNoFormat) { EXPECT_EQ(written("%s%n%@ 100%"), "%s%n%@ 100%\n"); }
 
 TEST_F(ConsoleLogTest, WritesVeryLongMessagesWhole) {

@@ -21,6 +21,7 @@ int errorOf(const Texts& texts) {
 TEST(Command, AreThoseOfTheKit) {
     EXPECT_EQ(errorOf({"/bin/rm", "-Rdf", "/a"}), 0);
     EXPECT_EQ(errorOf({"/bin/rm", "-R", "-f", "/a"}), 0);
+    EXPECT_EQ(errorOf({"/bin/rmdir", "/a"}), 0);
     EXPECT_EQ(errorOf({"/bin/mv", "-f", "/a", "/b"}), 0);
     EXPECT_EQ(errorOf({"/bin/mv", "-nT", "/a", "/b"}), 0);
     EXPECT_EQ(errorOf({"/bin/cp", "-f", "-p", "-R", "/a", "/b"}), 0);
@@ -52,6 +53,8 @@ TEST(Command, OtherOptionsAreInvalid) {
         {"/bin/rm", "-Rdf", "--no-preserve-root"},
         {"/bin/rm", "/a"},
         {"/bin/rm", "-f", "-R", "/a"},
+        {"/bin/rmdir", "-p", "/a"},
+        {"/bin/rmdir", "--parents"},
         {"/bin/mv", "-t", "/a", "/b"},
         {"/bin/mv", "-f", "-t", "/a", "/b"},
         {"/bin/mv", "-f", "--target-directory=/etc", "/a"},
@@ -67,8 +70,9 @@ TEST(Command, OtherOptionsAreInvalid) {
 
 TEST(Command, OtherNumbersOfOperandsAreInvalid) {
     for (const Texts& texts :
-         {Texts{"/bin/rm", "-Rdf"}, Texts{"/bin/rm", "-Rdf", "/a", "/b"}, Texts{"/bin/mv", "-f"},
-          Texts{"/bin/mv", "-f", "/a"}, Texts{"/bin/mv", "-f", "/a", "/b", "/c"}})
+         {Texts{"/bin/rm", "-Rdf"}, Texts{"/bin/rm", "-Rdf", "/a", "/b"}, Texts{"/bin/rmdir"},
+          Texts{"/bin/rmdir", "/a", "/b"}, Texts{"/bin/mv", "-f"}, Texts{"/bin/mv", "-f", "/a"},
+          Texts{"/bin/mv", "-f", "/a", "/b", "/c"}})
         EXPECT_EQ(errorOf(texts), EINVAL) << ::testing::PrintToString(texts);
 }
 
@@ -76,6 +80,7 @@ TEST(Command, OperandsThatAreNotPlainAndAbsoluteAreInvalid) {
     for (const char* operand : {"", "/", "//", "a", "./a", "../a", "-x", "--", "~", "/a/", "/a//b",
                                 "//a", "/./a", "/a/.", "/a/./b", "/..", "/a/..", "/a/../b"}) {
         EXPECT_EQ(errorOf({"/bin/rm", "-Rdf", operand}), EINVAL) << operand;
+        EXPECT_EQ(errorOf({"/bin/rmdir", operand}), EINVAL) << operand;
         EXPECT_EQ(errorOf({"/bin/mv", "-f", "/a", operand}), EINVAL) << operand;
     }
     for (const char* operand : {"/...", "/.a", "/a..", "/-x", "/ ", "/a/-"})

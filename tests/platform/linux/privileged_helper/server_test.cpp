@@ -37,6 +37,48 @@ TEST(PrivilegedHelper, Removes) {
     EXPECT_TRUE(fs::exists(scratch / "target/file"));
 }
 
+TEST(PrivilegedHelper, RemovesEmptyFoldersWithTheDesktopsMetadata) {
+    const ScratchFolder scratch;
+    scratch.addFile("folder/deep/.DS_Store");
+    scratch.addFolder("folder/empty");
+    HelperProcess helper;
+    EXPECT_EQ(helper.run({"/bin/rmdir", scratch / "folder"}), 0);
+    EXPECT_FALSE(fs::exists(scratch / "folder"));
+}
+
+TEST(PrivilegedHelper, RemovesEmptyFoldersOfAnybody) {
+    QV_NEEDS_SUPERUSER();
+    const ScratchFolder scratch;
+    scratch.addFolder("folder/closed");
+    ASSERT_EQ(::chown((scratch / "folder/closed").c_str(), testing::kOrdinaryUser, 0), 0);
+    fs::permissions(scratch / "folder/closed", fs::perms::none);
+    fs::permissions(scratch / "folder", fs::perms::none);
+    HelperProcess helper;
+    EXPECT_EQ(helper.run({"/bin/rmdir", scratch / "folder"}), 0);
+    EXPECT_FALSE(fs::exists(scratch / "folder"));
+}
+
+TEST(PrivilegedHelper, SaysWhyItRemovesNoFolderThatHoldsAnything) {
+    const ScratchFolder scratch;
+    scratch.addFile("full/deep/film.mov", "kept");
+    scratch.addFile("full/.DS_Store", "kept");
+    scratch.addFolder("full/empty");
+    scratch.addFile("file", "kept");
+    scratch.addFolder("target");
+    fs::create_directory_symlink("target", scratch / "link");
+    HelperProcess helper;
+    EXPECT_EQ(helper.refusal({"/bin/rmdir", scratch / "full"}), ENOTEMPTY);
+    EXPECT_EQ(helper.refusal({"/bin/rmdir", scratch / "file"}), ENOTDIR);
+    EXPECT_EQ(helper.refusal({"/bin/rmdir", scratch / "link"}), ENOTDIR);
+    EXPECT_EQ(helper.refusal({"/bin/rmdir", scratch / "link/below"}), ELOOP);
+    EXPECT_EQ(helper.refusal({"/bin/rmdir", scratch / "missing"}), ENOENT);
+    EXPECT_EQ(contentOf(scratch / "full/deep/film.mov"), "kept");
+    EXPECT_EQ(contentOf(scratch / "full/.DS_Store"), "kept");
+    EXPECT_EQ(contentOf(scratch / "file"), "kept");
+    EXPECT_TRUE(fs::exists(scratch / "full/empty"));
+    EXPECT_TRUE(fs::exists(scratch / "target"));
+}
+
 TEST(PrivilegedHelper, MovesAndReplaces) {
     const ScratchFolder scratch;
     scratch.addFile("a b\n", "new");
@@ -122,6 +164,7 @@ TEST(PrivilegedHelper, RefusesProtectedFolders) {
         HelperProcess helper;
         EXPECT_EQ(helper.refusal({"/bin/rm", "-Rdf", "/srv"}), EPERM);
         EXPECT_EQ(helper.refusal({"/bin/rm", "-R", "-f", "/srv"}), EPERM);
+        EXPECT_EQ(helper.refusal({"/bin/rmdir", "/srv"}), EPERM);
         EXPECT_EQ(helper.refusal({"/bin/mv", "-f", "/srv", scratch / "srv"}), EPERM);
         EXPECT_EQ(helper.refusal({"/bin/mv", "-f", item, "/srv"}), EPERM);
     });
