@@ -63,6 +63,10 @@ public:
     }
     Result<StreamHandle> openForReading(const Path& path) override { return openReadStream(path); }
     Result<StreamHandle> openTruncated(const Path& path) override { return openEmptyStream(path); }
+    Result<StreamHandle> openNew(const Path& path) override { return openNewStream(path); }
+    Result<StreamHandle> openExisting(const Path& path) override {
+        return openExistingStream(path);
+    }
     Result<StreamHandle> openForWriting(const Path& path) override { return openWriteStream(path); }
     Result<void> seek(StreamHandle handle, std::uint64_t position) override {
         return seekStream(descriptorOf(handle), position);
@@ -73,6 +77,15 @@ public:
     }
     StreamRead read(StreamHandle handle, std::span<char> buffer) override {
         return readStream(descriptorOf(handle), buffer);
+    }
+    Result<void> truncate(StreamHandle handle) override {
+        return truncateStream(descriptorOf(handle));
+    }
+    Result<FileIdentity> identity(StreamHandle handle) override {
+        return identityOfStream(descriptorOf(handle));
+    }
+    Result<void> removeEmpty(const Path& path, StreamHandle handle) override {
+        return removeEmptyFile(path, descriptorOf(handle));
     }
     void close(StreamHandle handle) override { ::close(descriptorOf(handle)); }
 };

@@ -42,7 +42,53 @@ Result<StreamHandle> openEmptyStream(const Path& path) {
     return openStream(path, O_RDWR | O_CREAT | O_TRUNC);
 }
 
+Result<StreamHandle> openNewStream(const Path& path) {
+    return openStream(path, O_RDWR | O_CREAT | O_EXCL);
+}
+
+/// The file is pinned first and opened through its descriptor, so that a device put in its place
+/// meanwhile is never opened.
+Result<StreamHandle> openExistingStream(const Path& path) {
+    const Result<Path> plain = systemPath(path);
+    if (!plain) return plain.error();
+    const Descriptor pinned(retryInterrupted(
+        [&] { return open(plain.value().c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC); }));
+    if (!pinned) return systemError();
+    struct stat status {};
+    if (fstat(pinned.get(), &status) != 0) return systemError();
+    if (S_ISLNK(status.st_mode)) return systemError(ELOOP);
+    if (S_ISDIR(status.st_mode)) return systemError(EISDIR);
+    if (!S_ISREG(status.st_mode)) return systemError(ENXIO);
+    return openStream("/proc/self/fd/" + std::to_string(pinned.get()), O_RDWR);
+}
+
 Result<StreamHandle> openWriteStream(const Path& path) { return openStream(path, O_WRONLY); }
+
+Result<void> truncateStream(int descriptor) {
+    if (ftruncate(descriptor, 0) != 0) return systemError();
+    return seekStream(descriptor, 0);
+}
+
+Result<FileIdentity> identityOfStream(int descriptor) {
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0) return systemError();
+    return FileIdentity{status.st_dev, status.st_ino};
+}
+
+Result<void> removeEmptyFile(const Path& path, int descriptor) {
+    const Result<FileIdentity> opened = identityOfStream(descriptor);
+    if (!opened) return opened.error();
+    const Result<ItemPlace> place = openParent(path);
+    if (!place) return place.error();
+    const int folder = place.value().folder.get();
+    const char* name = place.value().name.c_str();
+    struct stat there {};
+    if (fstatat(folder, name, &there, AT_SYMLINK_NOFOLLOW) != 0) return systemError();
+    const FileIdentity found{there.st_dev, there.st_ino};
+    if (found != opened.value() || there.st_size != 0) return systemError(ESTALE);
+    if (unlinkat(folder, name, 0) != 0) return systemError();
+    return {};
+}
 
 Result<void> seekStream(int descriptor, std::uint64_t position) {
     if (position > std::numeric_limits<off_t>::max()) return systemError(EOVERFLOW);

@@ -61,6 +61,8 @@ TEST_F(LinuxFileManager, NeverWaitsForAFifo) {
     EXPECT_EQ(files_->openForWriting(fifo).error().code, ENXIO);
     EXPECT_EQ(files_->openForReading(fifo).error().code, ENXIO);
     EXPECT_EQ(files_->openTruncated(fifo).error().code, ENXIO);
+    EXPECT_EQ(files_->openExisting(fifo).error().code, ENXIO);
+    EXPECT_EQ(files_->openExisting("/dev/null").error().code, ENXIO);
     const Descriptor reader(open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     EXPECT_EQ(files_->openForWriting(fifo).error().code, ENXIO);
     EXPECT_TRUE(files_->writeAtomically(fifo, "content").ok());
