@@ -140,8 +140,9 @@ public:
     /// Opens nothing else: fails with ELOOP for a final link, which is not followed, with EISDIR
     /// for a folder, and with ENXIO for a FIFO, socket or device.
     virtual Result<StreamHandle> openExisting(const Path& path) = 0;
-    /// Opens an existing file for writing at its start; creates nothing.
-    virtual Result<StreamHandle> openForWriting(const Path& path) = 0;
+    /// Opens an existing file, in which every write goes to the end, whoever else writes there;
+    /// creates nothing.
+    virtual Result<StreamHandle> openForAppending(const Path& path) = 0;
     /// Moves to a position in bytes, which may lie behind the end.
     virtual Result<void> seek(StreamHandle handle, std::uint64_t position) = 0;
     /// Moves to the end and answers the position in bytes.
@@ -158,6 +159,9 @@ public:
     /// Removes the file that a stream is open on, if it is still what stands at the path, and
     /// empty. Fails with ESTALE for anything else.
     virtual Result<void> removeEmpty(const Path& path, StreamHandle handle) = 0;
+    /// Whether the file that a stream for appending is open on ends without a line break; false
+    /// too where it may not be read. What another process is about to write is waited for.
+    virtual bool endsInsideLine(StreamHandle handle) = 0;
     /// Closes the descriptor that the handle is.
     virtual void close(StreamHandle handle) = 0;
 };

@@ -67,7 +67,7 @@ public:
     Result<StreamHandle> openExisting(const Path& path) override {
         return openExistingStream(path);
     }
-    Result<StreamHandle> openForWriting(const Path& path) override { return openWriteStream(path); }
+    Result<StreamHandle> openForAppending(const Path& path) override { return openAppendStream(path); }
     Result<void> seek(StreamHandle handle, std::uint64_t position) override {
         return seekStream(descriptorOf(handle), position);
     }
@@ -86,6 +86,9 @@ public:
     }
     Result<void> removeEmpty(const Path& path, StreamHandle handle) override {
         return removeEmptyFile(path, descriptorOf(handle));
+    }
+    bool endsInsideLine(StreamHandle handle) override {
+        return linux_::endsInsideLine(descriptorOf(handle));
     }
     void close(StreamHandle handle) override { ::close(descriptorOf(handle)); }
 };

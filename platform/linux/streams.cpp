@@ -1,7 +1,9 @@
 #include "platform/linux/streams.h"
 
+#include <chrono>
 #include <limits>
 #include <string>
+#include <thread>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -13,6 +15,7 @@ namespace quorvane::platform::linux_ {
 namespace {
 
 constexpr mode_t kNewFileMode = 0666;
+constexpr std::chrono::milliseconds kTimeOfAWrite{1};
 constexpr int kWithoutWaiting = O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
 /// Refuses FIFOs, whose other end could stay silent or vanish.
@@ -62,11 +65,28 @@ Result<StreamHandle> openExistingStream(const Path& path) {
     return openStream("/proc/self/fd/" + std::to_string(pinned.get()), O_RDWR);
 }
 
-Result<StreamHandle> openWriteStream(const Path& path) { return openStream(path, O_WRONLY); }
+Result<StreamHandle> openAppendStream(const Path& path) {
+    Result<StreamHandle> stream = openStream(path, O_RDWR | O_APPEND);
+    // What may not be read may be written all the same.
+    if (!stream && stream.error().code == EACCES) stream = openStream(path, O_WRONLY | O_APPEND);
+    return stream;
+}
 
 Result<void> truncateStream(int descriptor) {
     if (ftruncate(descriptor, 0) != 0) return systemError();
     return seekStream(descriptor, 0);
+}
+
+bool endsInsideLine(int descriptor) {
+    for (off_t known = -1;;) {
+        struct stat status {};
+        char last = '\n';
+        if (fstat(descriptor, &status) != 0 || status.st_size == 0) return false;
+        if (pread(descriptor, &last, 1, status.st_size - 1) != 1 || last == '\n') return false;
+        if (status.st_size == known) return true;
+        known = status.st_size; // which moves on while a write is under way
+        std::this_thread::sleep_for(kTimeOfAWrite);
+    }
 }
 
 Result<FileIdentity> identityOfStream(int descriptor) {

@@ -89,7 +89,7 @@ public:
     platform::Result<platform::StreamHandle> openTruncated(const Path& path);
     platform::Result<platform::StreamHandle> openNew(const Path& path);
     platform::Result<platform::StreamHandle> openExisting(const Path& path);
-    platform::Result<platform::StreamHandle> openForWriting(const Path& path);
+    platform::Result<platform::StreamHandle> openForAppending(const Path& path);
     /// Failures of streams are scripted for the path that was opened.
     platform::Result<void> seek(platform::StreamHandle handle, std::uint64_t position);
     platform::Result<std::uint64_t> seekToEnd(platform::StreamHandle handle);
@@ -98,6 +98,7 @@ public:
     platform::Result<void> truncate(platform::StreamHandle handle);
     platform::Result<platform::FileIdentity> identity(platform::StreamHandle handle);
     platform::Result<void> removeEmpty(const Path& path, platform::StreamHandle handle);
+    bool endsInsideLine(platform::StreamHandle handle) const;
     void close(platform::StreamHandle handle);
     /// The path that an open stream was opened with; empty for an unknown one.
     Path pathOf(platform::StreamHandle handle) const;
@@ -125,6 +126,7 @@ private:
         Path path;
         std::shared_ptr<FakeItem> item;
         std::uint64_t position = 0;
+        bool appends = false;
     };
     using Place = platform::Result<FakePlace>;
 

@@ -99,13 +99,15 @@ Result<StreamHandle> FakeDisk::openExisting(const Path& path) {
     return addStream(path, item);
 }
 
-Result<StreamHandle> FakeDisk::openForWriting(const Path& path) {
+Result<StreamHandle> FakeDisk::openForAppending(const Path& path) {
     const std::lock_guard lock(mutex_);
-    if (auto error = failure("openForWriting", path)) return *error;
+    if (auto error = failure("openForAppending", path)) return *error;
     const Place place = findItem(root_, path, FinalLink::follow);
     if (!place) return place.error();
     if (const int code = writeProtection(*place.value().item)) return errorFor(code);
-    return addStream(path, place.value().item);
+    const StreamHandle handle = addStream(path, place.value().item);
+    streams_[handle].appends = true;
+    return handle;
 }
 
 Result<void> FakeDisk::seek(StreamHandle handle, std::uint64_t position) {
@@ -150,6 +152,7 @@ Result<std::size_t> FakeDisk::write(StreamHandle handle, std::string_view bytes)
     if (found == streams_.end()) return errorFor(EBADF);
     Stream& stream = found->second;
     if (auto error = failure("write", stream.path)) return *error;
+    if (stream.appends) stream.position = stream.item->content.size();
     const std::size_t room =
         stream.item->mostBytes - std::min<std::size_t>(stream.position, stream.item->mostBytes);
     if (room == 0 && !bytes.empty()) return errorFor(ENOSPC);
@@ -191,6 +194,14 @@ Result<void> FakeDisk::removeEmpty(const Path& path, StreamHandle handle) {
     if (item != stream->second.item || !item->content.empty()) return errorFor(ESTALE);
     folder->removeEntry(name);
     return {};
+}
+
+bool FakeDisk::endsInsideLine(StreamHandle handle) const {
+    const std::lock_guard lock(mutex_);
+    const auto stream = streams_.find(handle);
+    if (stream == streams_.end()) return false;
+    const Bytes& content = stream->second.item->content;
+    return !content.empty() && content.back() != '\n';
 }
 
 void FakeDisk::close(StreamHandle handle) {

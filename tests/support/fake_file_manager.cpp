@@ -167,9 +167,9 @@ platform::Result<platform::StreamHandle> FakeFileManager::openExisting(const Pat
     return disk_->openExisting(path);
 }
 
-platform::Result<platform::StreamHandle> FakeFileManager::openForWriting(const Path& path) {
+platform::Result<platform::StreamHandle> FakeFileManager::openForAppending(const Path& path) {
     journal_->add("files.open " + path);
-    return disk_->openForWriting(path);
+    return disk_->openForAppending(path);
 }
 
 platform::Result<void> FakeFileManager::seek(platform::StreamHandle handle,
@@ -209,6 +209,11 @@ platform::Result<void> FakeFileManager::removeEmpty(const Path& path,
                                                     platform::StreamHandle handle) {
     journal_->add("files.removeEmpty " + path);
     return disk_->removeEmpty(path, handle);
+}
+
+bool FakeFileManager::endsInsideLine(platform::StreamHandle handle) {
+    tellQuery("endsInsideLine", disk_->pathOf(handle));
+    return disk_->endsInsideLine(handle);
 }
 
 void FakeFileManager::close(platform::StreamHandle handle) {

@@ -24,8 +24,8 @@ enum class JournalQueries : bool { no, yes };
 ///     files.openForReading /a, files.openTruncated /a, files.openNew /a, files.openExisting /a
 ///     files.truncate /a, files.removeEmpty /a, files.seek /a 65536, files.read /a 65536 bytes
 /// and, when queries are asked for, files.exists, files.list, files.attributes,
-/// files.linkDestination, files.walk, files.isWritable, files.isExecutable and files.identity with
-/// the path. Dates are seconds since the start of 1970.
+/// files.linkDestination, files.walk, files.isWritable, files.isExecutable, files.identity and
+/// files.endsInsideLine with the path. Dates are seconds since the start of 1970.
 class FakeFileManager : public platform::FileManager {
 public:
     FakeFileManager(std::shared_ptr<FakeDisk> disk, std::shared_ptr<Journal> journal,
@@ -50,7 +50,7 @@ public:
     platform::Result<platform::StreamHandle> openTruncated(const Path& path) override;
     platform::Result<platform::StreamHandle> openNew(const Path& path) override;
     platform::Result<platform::StreamHandle> openExisting(const Path& path) override;
-    platform::Result<platform::StreamHandle> openForWriting(const Path& path) override;
+    platform::Result<platform::StreamHandle> openForAppending(const Path& path) override;
     platform::Result<void> seek(platform::StreamHandle handle, std::uint64_t position) override;
     platform::Result<std::uint64_t> seekToEnd(platform::StreamHandle handle) override;
     platform::Result<std::size_t> write(platform::StreamHandle handle,
@@ -59,6 +59,7 @@ public:
     platform::Result<void> truncate(platform::StreamHandle handle) override;
     platform::Result<platform::FileIdentity> identity(platform::StreamHandle handle) override;
     platform::Result<void> removeEmpty(const Path& path, platform::StreamHandle handle) override;
+    bool endsInsideLine(platform::StreamHandle handle) override;
     void close(platform::StreamHandle handle) override;
 
 private:

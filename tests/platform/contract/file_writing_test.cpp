@@ -57,7 +57,7 @@ TEST_P(FileWritingContract, FailedWritingLeavesNothingBehind) {
 
 TEST_P(FileWritingContract, StreamsWriteFromTheStart) {
     world().addFile(path("file"), "0123456789");
-    const auto stream = files().openForWriting(path("file"));
+    const auto stream = files().openExisting(path("file"));
     ASSERT_TRUE(stream.ok());
     EXPECT_EQ(files().write(stream.value(), "abc").value(), 3U);
     EXPECT_EQ(files().write(stream.value(), "de").value(), 2U);
@@ -66,10 +66,37 @@ TEST_P(FileWritingContract, StreamsWriteFromTheStart) {
     EXPECT_EQ(world().content(path("file")), "abcde56789");
 }
 
+TEST_P(FileWritingContract, StreamsAppendWhoeverElseWritesThere) {
+    world().addFile(path("file"), "0123456789");
+    const auto one = files().openForAppending(path("file"));
+    const auto two = files().openForAppending(path("file"));
+    ASSERT_TRUE(one.ok() && two.ok());
+    EXPECT_EQ(files().write(one.value(), "a").value(), 1U);
+    EXPECT_EQ(files().write(two.value(), "b").value(), 1U);
+    EXPECT_TRUE(files().seek(one.value(), 0).ok());
+    EXPECT_EQ(files().write(one.value(), "c").value(), 1U);
+    files().close(one.value());
+    files().close(two.value());
+    EXPECT_EQ(world().content(path("file")), "0123456789abc");
+}
+
+TEST_P(FileWritingContract, StreamsKnowWhetherALineIsOpen) {
+    world().addFile(path("file"), "");
+    const auto stream = files().openForAppending(path("file"));
+    ASSERT_TRUE(stream.ok());
+    EXPECT_FALSE(files().endsInsideLine(stream.value()));
+    EXPECT_EQ(files().write(stream.value(), "line").value(), 4U);
+    EXPECT_TRUE(files().endsInsideLine(stream.value()));
+    EXPECT_EQ(files().write(stream.value(), "\n").value(), 1U);
+    EXPECT_FALSE(files().endsInsideLine(stream.value()));
+    files().close(stream.value());
+    EXPECT_FALSE(files().endsInsideLine(stream.value()));
+}
+
 TEST_P(FileWritingContract, StreamsAppendAfterSeekingToTheEnd) {
     world().addFile(path("file"), "0123456789");
     world().addLink(path("link"), "file");
-    const auto stream = files().openForWriting(path("link"));
+    const auto stream = files().openForAppending(path("link"));
     ASSERT_TRUE(stream.ok());
     EXPECT_EQ(files().seekToEnd(stream.value()).value(), 10U);
     EXPECT_EQ(files().write(stream.value(), "abc").value(), 3U);
@@ -80,7 +107,7 @@ TEST_P(FileWritingContract, StreamsAppendAfterSeekingToTheEnd) {
 
 TEST_P(FileWritingContract, StreamsOutliveTheirNames) {
     world().addFile(path("file"), "");
-    const auto stream = files().openForWriting(path("file"));
+    const auto stream = files().openForAppending(path("file"));
     ASSERT_TRUE(stream.ok());
     EXPECT_TRUE(files().moveItem(path("file"), path("moved")).ok());
     EXPECT_EQ(files().write(stream.value(), "text").value(), 4U);
@@ -215,14 +242,14 @@ TEST_P(FileWritingContract, FoldersOpenForReadingButCannotBeRead) {
 
 TEST_P(FileWritingContract, OpeningCreatesNothing) {
     world().addFolder(path("folder"));
-    EXPECT_EQ(files().openForWriting(path("missing")).error().code, ENOENT);
-    EXPECT_EQ(files().openForWriting(path("folder")).error().code, EISDIR);
+    EXPECT_EQ(files().openForAppending(path("missing")).error().code, ENOENT);
+    EXPECT_EQ(files().openForAppending(path("folder")).error().code, EISDIR);
     EXPECT_FALSE(world().contains(path("missing")));
 }
 
 TEST_P(FileWritingContract, ClosedStreamsAreBadDescriptors) {
     world().addFile(path("file"), "");
-    const auto stream = files().openForWriting(path("file"));
+    const auto stream = files().openForAppending(path("file"));
     ASSERT_TRUE(stream.ok());
     files().close(stream.value());
     EXPECT_EQ(files().write(stream.value(), "text").error().code, EBADF);
