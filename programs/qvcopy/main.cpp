@@ -28,7 +28,7 @@ int qvcopyMain(const Arguments& arguments, const platform::CommandLine& commandL
                     [&](const Arguments& texts) {
                         return qvcopy::copy(qvcopy::parseCommand(texts), commandLine, std::cout);
                     }},
-               arguments);
+               arguments, commandLine);
 }
 
 } // namespace
