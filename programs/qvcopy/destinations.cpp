@@ -92,9 +92,11 @@ Destinations::Destination* Destinations::find(const Path& path) {
 Result<StreamHandle> Destinations::handOver(const Path& path) {
     Destination* destination = find(path);
     if (destination == nullptr || !destination->isOpen) return errorFor(ENOENT);
-    const Result<void> emptied = files_->truncate(destination->handle);
-    if (!emptied) return emptied.error();
-    destination->isEmptied = true;
+    if (!destination->isNew) {
+        const Result<void> emptied = files_->truncate(destination->handle);
+        if (!emptied) return emptied.error();
+    }
+    destination->isHandedOver = true;
     return destination->handle;
 }
 
@@ -109,7 +111,7 @@ std::vector<std::string> Destinations::giveUp() {
     for (const Destination& each : std::exchange(all_, {})) {
         const bool isGone = !isKept_ && each.isNew && each.isOpen &&
                             files_->removeEmpty(each.place.path, each.handle).ok();
-        if ((each.isNew || each.isEmptied) && !isGone) parts.push_back(each.place.name);
+        if ((each.isNew || each.isHandedOver) && !isGone) parts.push_back(each.place.name);
         if (each.isOpen) files_->close(each.handle);
     }
     for (const StreamHandle source : std::exchange(sources_, {})) files_->close(source);

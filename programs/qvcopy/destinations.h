@@ -44,7 +44,7 @@ private:
         platform::StreamHandle handle{};
         bool isNew = false;
         bool isOpen = false;
-        bool isEmptied = false;
+        bool isHandedOver = false;
     };
 
     void open(Destination& destination, bool replaces);

@@ -188,13 +188,14 @@ TEST_F(CopyProgram, WritesToWhatItOpenedWhateverIsPutInItsPlace) {
 }
 
 TEST_F(CopyProgram, FailsWithWhatTheKitTellsTheConsole) {
+    system.disk->addFile("/d/a", "kept");
     system.disk->failAlways("truncate", "/d/a", {5, "Input/output error"});
-    EXPECT_EQ(copy(VerificationType::sha1, "/d/a"), ExitStatus::failed);
+    EXPECT_EQ(replace(VerificationType::sha1, "/d/a"), ExitStatus::failed);
     EXPECT_THAT(system.consoleLog->messages(),
                 ElementsAre("Error: Unable to open destination file /d/a. "
                             "Aborting copy process..."));
     EXPECT_EQ(output.str() + error(), "");
-    EXPECT_FALSE(system.disk->contains("/d/a"));
+    EXPECT_EQ(system.disk->content("/d/a"), "kept");
 }
 
 TEST_F(CopyProgram, FailsWhenTheSourceCannotBeReadToItsEnd) {
