@@ -1,5 +1,7 @@
 """What the tests of administrator rights share: passwords, programs that ask for the right, folders."""
 
+import ctypes
+import errno
 import glob
 import os
 import shutil
@@ -18,6 +20,7 @@ COLLEAGUE = os.environ.get("WORLD_COLLEAGUE", "")
 HELPER = "/usr/local/libexec/quorvane/privileged-helper"
 PATIENCE = 60
 HOME = "/Users/" + USER
+LIBC = ctypes.CDLL(None, use_errno=True)
 
 
 # What this script starts need not know them.
@@ -44,6 +47,21 @@ def wait_until(question, patience=PATIENCE):
         if time.monotonic() > deadline:
             raise AssertionError("it did not happen in time")
         time.sleep(0.01)
+
+
+def unmount(folder):
+    """Unmounts a volume once nobody holds anything of it. A process that ends closes its files later
+    than it ceases to show which program it ran."""
+    wait_until(lambda: _unmounts(folder))
+
+
+def _unmounts(folder):
+    if LIBC.umount(folder.encode()) == 0:
+        return True
+    number = ctypes.get_errno()
+    if number != errno.EBUSY:
+        raise OSError(number, os.strerror(number), folder)
+    return False
 
 
 class Client:

@@ -14,7 +14,7 @@ import sys
 import unittest
 
 from clients import ADMINISTRATOR, COLLEAGUE, HELPER, HOME, PASSWORDS, Client, WithAdministration, \
-    processes, wait_until
+    processes, unmount, wait_until
 from administration import Administration
 from session import UID, USER, as_user, in_session
 
@@ -214,7 +214,7 @@ class Session(WithAdministration):
         """A tree whose removal takes a while. Not on the world's own disk, which makes files slowly
         where many have just been removed."""
         subprocess.run(["mount", "-t", "tmpfs", "world", self.folder], check=True)
-        self.addCleanup(subprocess.run, ["umount", self.folder], check=True)
+        self.addCleanup(unmount, self.folder)
         tree = self.folder + "/big"
         for number in range(20):
             os.makedirs(f"{tree}/{number}")
