@@ -35,7 +35,7 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS lsof)
 
 set(CPACK_DEBIAN_COPY_PACKAGE_NAME quorvane-copy)
-set(CPACK_COMPONENT_COPY_DESCRIPTION "Copies a file to several places at once, verifies each, and hashes files,
+set(CPACK_COMPONENT_COPY_DESCRIPTION "Copies files to several places at once, verifies each copy, and hashes files,
  with progress on a terminal.")
 set(CPACK_DEBIAN_COPY_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_COPY_PACKAGE_SHLIBDEPS ON)

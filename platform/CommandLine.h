@@ -15,6 +15,9 @@ public:
     /// The columns of the terminal that standard error leads to; null when it leads elsewhere, and
     /// in the terminal's background, where programs keep silent.
     virtual std::optional<std::size_t> terminalColumns() const = 0;
+    /// Whether the program was started with a standard output, which leads where its caller says;
+    /// without one, what is written there is lost.
+    virtual bool hasStandardOutput() const = 0;
     /// Whether the user asked the program to end, as by Ctrl-C. Who asks a second time ends it at
     /// once.
     virtual bool isInterrupted() const = 0;

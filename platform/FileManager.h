@@ -151,8 +151,16 @@ public:
     /// Opens a file for writing and reading, empty ("w+"): one that is missing is made, one that is
     /// there loses its content.
     virtual Result<StreamHandle> openTruncated(const Path& path) = 0;
-    /// Opens an existing file for writing at its start; creates nothing.
-    virtual Result<StreamHandle> openForWriting(const Path& path) = 0;
+    /// Makes a file and opens it for writing and reading. Fails with EEXIST where anything stands
+    /// there, a link that leads nowhere included.
+    virtual Result<StreamHandle> openNew(const Path& path) = 0;
+    /// Opens a regular file that is there for writing and reading at its start, with its content.
+    /// Opens nothing else: fails with ELOOP for a final link, which is not followed, with EISDIR
+    /// for a folder, and with ENXIO for a FIFO, socket or device.
+    virtual Result<StreamHandle> openExisting(const Path& path) = 0;
+    /// Opens an existing file, in which every write goes to the end, whoever else writes there;
+    /// creates nothing.
+    virtual Result<StreamHandle> openForAppending(const Path& path) = 0;
     /// Moves to a position in bytes, which may lie behind the end.
     virtual Result<void> seek(StreamHandle handle, std::uint64_t position) = 0;
     /// Moves to the end and answers the position in bytes.
@@ -162,6 +170,16 @@ public:
     virtual Result<std::size_t> write(StreamHandle handle, std::string_view bytes) = 0;
     /// Fills the buffer from the position on, as far as there is something to read.
     virtual StreamRead read(StreamHandle handle, std::span<char> buffer) = 0;
+    /// Takes away the content of the file that a stream is open on, and moves to the start.
+    virtual Result<void> truncate(StreamHandle handle) = 0;
+    /// What the stream is open on, whatever has become of its path.
+    virtual Result<FileIdentity> identity(StreamHandle handle) = 0;
+    /// Removes the file that a stream is open on, if it is still what stands at the path, and
+    /// empty. Fails with ESTALE for anything else.
+    virtual Result<void> removeEmpty(const Path& path, StreamHandle handle) = 0;
+    /// Whether the file that a stream for appending is open on ends without a line break; false
+    /// too where it may not be read. What another process is about to write is waited for.
+    virtual bool endsInsideLine(StreamHandle handle) = 0;
     /// Closes the descriptor that the handle is.
     virtual void close(StreamHandle handle) = 0;
 };

@@ -16,37 +16,55 @@ bool isControl(char each) {
     return byte < 0x20 || byte == 0x7F;
 }
 
-ExitStatus carryOut(const Program& program, const Arguments& arguments) {
+/// What the program says of itself; empty where it is asked for something else.
+std::string explanation(const Program& program, const Arguments& arguments) {
+    if (arguments == Arguments{"--help"}) return program.usage;
+    if (arguments == Arguments{"--version"})
+        return program.name + " (Quorvane) " + QUORVANE_VERSION + '\n';
+    return {};
+}
+
+ExitStatus carryOut(const Program& program, const Arguments& arguments,
+                    const platform::CommandLine& commandLine) {
     ExitStatus status = ExitStatus::done;
-    if (arguments == Arguments{"--help"})
-        std::cout << program.usage;
-    else if (arguments == Arguments{"--version"})
-        std::cout << program.name << " (Quorvane) " << QUORVANE_VERSION << '\n';
-    else
+    const std::string text = explanation(program, arguments);
+    if (text.empty()) {
         status = program.body(arguments);
+    } else {
+        needStandardOutput(commandLine);
+        std::cout << text;
+    }
     if (!std::cout.flush()) throw Failure("standard output", "could not be written");
     return status;
 }
 
 } // namespace
 
-Failure::Failure(const std::string& name, const std::string& reason)
-    : Failure(name + ": " + reason) {}
+Failure::Failure(const std::string& name, const std::string& reason, ExitStatus end)
+    : std::runtime_error(name + ": " + reason), status(end) {}
 
-int run(const Program& program, const Arguments& arguments) {
+int run(const Program& program, const Arguments& arguments,
+        const platform::CommandLine& commandLine) {
     // The log would be printed among the results, and asks for a file of the application's own.
     QVLog::sharedController().setLoggingDisabled(true);
     ExitStatus status = ExitStatus::failed;
     try {
-        status = carryOut(program, arguments);
+        status = carryOut(program, arguments, commandLine);
     } catch (const UsageError& error) {
         complain(program.name, error.what());
         std::cerr << program.usage;
         status = ExitStatus::wrongUsage;
+    } catch (const Failure& failure) {
+        complain(program.name, failure.what());
+        status = failure.status;
     } catch (const std::exception& error) {
         complain(program.name, error.what());
     }
     return static_cast<int>(status);
+}
+
+void needStandardOutput(const platform::CommandLine& commandLine) {
+    if (!commandLine.hasStandardOutput()) throw Failure("standard output", "is closed");
 }
 
 void complain(const std::string& program, const std::string& text) {

@@ -32,6 +32,11 @@ struct LineBatch;
 /// A log exists once some tool has called createNewLog; without it, lines are appended to a
 /// current log that is already there, or lost with two lines on standard output.
 ///
+/// Processes of one application share its log: every batch of lines goes to the end of the file in
+/// one write, so that no line is lost or torn by another's. Each counts its own bytes towards the
+/// limit; what the others have open then becomes generation 2 under them, and they go on there
+/// until they reach the limit themselves.
+///
 /// Formats take "%@", "%s", "%li", "%0.2f" and so on; see kit/base/format.h. A "%" before one of
 /// " .!,-;:+" stands for itself.
 class QVLog : public ProcessLifetime<QVLog> {
@@ -160,7 +165,7 @@ private:
     struct Outcome;
     std::size_t writeLines(LineBatch& batch, std::size_t first);
     std::size_t endOfRun(const LineBatch& batch, std::size_t first) const;
-    Outcome writeRun(const LogFile& file, LineBatch& batch, std::size_t first);
+    Outcome writeRun(LogFile& file, LineBatch& batch, std::size_t first);
     void beginFileAtLimit() const;
     void takeFromQueue(const LineBatch& batch, std::size_t first, std::size_t end);
     void tellUnopened(std::string_view text) const;

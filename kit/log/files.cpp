@@ -117,7 +117,7 @@ void QVLog::beginFile() {
     if (!written)
         return print(
             formatText("Unable to create log file %s - %s\n", {path, written.error().text}));
-    const auto handle = fileManager()->openForWriting(path);
+    const auto handle = fileManager()->openForAppending(path);
     if (!handle) return;
     setFileHandle(std::make_shared<LogFile>(handle.value()));
     logHeader();
@@ -144,7 +144,7 @@ bool QVLog::moveGenerationsOn(const MaybePath& folder) const {
 
 std::shared_ptr<LogFile> QVLog::openFile() {
     if (auto file = fileHandle()) return file;
-    const auto handle = fileManager()->openForWriting(currentPath());
+    const auto handle = fileManager()->openForAppending(currentPath());
     if (!handle) return nullptr;
     auto file = std::make_shared<LogFile>(handle.value());
     setFileHandle(file);

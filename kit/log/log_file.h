@@ -16,8 +16,14 @@ public:
 
     platform::StreamHandle handle() const { return handle_; }
 
+    /// Whether the file may end inside a line, of a process that was ended or found the disk full.
+    /// For the lane only.
+    bool mayBeTorn() const { return mayBeTorn_; }
+    void setMayBeTorn(bool mayBeTorn) { mayBeTorn_ = mayBeTorn; }
+
 private:
     platform::StreamHandle handle_;
+    bool mayBeTorn_ = true;
 };
 
 } // namespace quorvane

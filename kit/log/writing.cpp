@@ -21,6 +21,16 @@ void stamp(LineBatch& batch, std::size_t first, std::size_t last) {
         std::ranges::copy(prefix, batch.bytes.data() + batch.start(first));
 }
 
+/// Ends the line that the file may be torn in. Returns why it cannot; null when it is done.
+MaybeText beginLine(LogFile& file, platform::FileManager& files) {
+    if (file.mayBeTorn() && files.endsInsideLine(file.handle())) {
+        const auto written = files.write(file.handle(), "\n");
+        if (!written) return written.error().text;
+    }
+    file.setMayBeTorn(false);
+    return std::nullopt;
+}
+
 } // namespace
 
 /// How far a run of lines came.
@@ -74,12 +84,12 @@ std::size_t QVLog::endOfRun(const LineBatch& batch, std::size_t first) const {
     return static_cast<std::size_t>(reaching - batch.lines.begin()) + 1;
 }
 
-QVLog::Outcome QVLog::writeRun(const LogFile& file, LineBatch& batch, std::size_t first) {
+QVLog::Outcome QVLog::writeRun(LogFile& file, LineBatch& batch, std::size_t first) {
     const std::size_t end = endOfRun(batch, first);
     stamp(batch, first, end);
     const auto files = platform::services().makeFileManager();
     std::string_view rest = batch.run(first, end);
-    Outcome outcome{end};
+    Outcome outcome{end, beginLine(file, *files)};
     while (!rest.empty() && !outcome.error) {
         const auto written = files->write(file.handle(), rest);
         if (written)
@@ -87,6 +97,7 @@ QVLog::Outcome QVLog::writeRun(const LogFile& file, LineBatch& batch, std::size_
         else
             outcome.error = written.error().text;
     }
+    if (outcome.error) file.setMayBeTorn(true);
     while (batch.run(outcome.end, end).size() < rest.size()) --outcome.end;
     bytesWritten_.fetch_add(batch.run(first, outcome.end).size(), std::memory_order_relaxed);
     return outcome;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 
+#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -24,6 +25,7 @@ bool isInBackground() {
 
 class LinuxCommandLine : public CommandLine {
 public:
+    /// Before the services are made, which fill what is missing of the standard streams.
     LinuxCommandLine() { linux_::watchForInterruption(); }
 
     std::optional<std::size_t> terminalColumns() const override {
@@ -32,16 +34,20 @@ public:
         if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kUsualColumns;
         return size.ws_col;
     }
+    bool hasStandardOutput() const override { return hasStandardOutput_; }
     bool isInterrupted() const override { return linux_::isInterrupted(); }
+
+private:
+    const bool hasStandardOutput_ = fcntl(STDOUT_FILENO, F_GETFD) != -1;
 };
 
 } // namespace
 
 int commandLineMain(int argc, char** argv, CommandLineBody body) {
     // They stay for good: threads that nobody joins may use them until the process ends.
+    static const auto& commandLine = *new LinuxCommandLine();
     static const auto& services =
         *new Services(linux_::makeServices(std::make_shared<linux_::RunLoop>()));
-    static const auto& commandLine = *new LinuxCommandLine();
     installServices(&services);
     return body(Arguments(argv + std::min(argc, 1), argv + argc), commandLine);
 }

@@ -70,7 +70,11 @@ public:
     }
     Result<StreamHandle> openForReading(const Path& path) override { return openReadStream(path); }
     Result<StreamHandle> openTruncated(const Path& path) override { return openEmptyStream(path); }
-    Result<StreamHandle> openForWriting(const Path& path) override { return openWriteStream(path); }
+    Result<StreamHandle> openNew(const Path& path) override { return openNewStream(path); }
+    Result<StreamHandle> openExisting(const Path& path) override {
+        return openExistingStream(path);
+    }
+    Result<StreamHandle> openForAppending(const Path& path) override { return openAppendStream(path); }
     Result<void> seek(StreamHandle handle, std::uint64_t position) override {
         return seekStream(descriptorOf(handle), position);
     }
@@ -80,6 +84,18 @@ public:
     }
     StreamRead read(StreamHandle handle, std::span<char> buffer) override {
         return readStream(descriptorOf(handle), buffer);
+    }
+    Result<void> truncate(StreamHandle handle) override {
+        return truncateStream(descriptorOf(handle));
+    }
+    Result<FileIdentity> identity(StreamHandle handle) override {
+        return identityOfStream(descriptorOf(handle));
+    }
+    Result<void> removeEmpty(const Path& path, StreamHandle handle) override {
+        return removeEmptyFile(path, descriptorOf(handle));
+    }
+    bool endsInsideLine(StreamHandle handle) override {
+        return linux_::endsInsideLine(descriptorOf(handle));
     }
     void close(StreamHandle handle) override { ::close(descriptorOf(handle)); }
 };

@@ -1,7 +1,9 @@
 #include "platform/linux/streams.h"
 
+#include <chrono>
 #include <limits>
 #include <string>
+#include <thread>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -13,6 +15,7 @@ namespace quorvane::platform::linux_ {
 namespace {
 
 constexpr mode_t kNewFileMode = 0666;
+constexpr std::chrono::milliseconds kTimeOfAWrite{1};
 constexpr int kWithoutWaiting = O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
 /// Refuses FIFOs, whose other end could stay silent or vanish.
@@ -42,7 +45,70 @@ Result<StreamHandle> openEmptyStream(const Path& path) {
     return openStream(path, O_RDWR | O_CREAT | O_TRUNC);
 }
 
-Result<StreamHandle> openWriteStream(const Path& path) { return openStream(path, O_WRONLY); }
+Result<StreamHandle> openNewStream(const Path& path) {
+    return openStream(path, O_RDWR | O_CREAT | O_EXCL);
+}
+
+/// The file is pinned first and opened through its descriptor, so that a device put in its place
+/// meanwhile is never opened.
+Result<StreamHandle> openExistingStream(const Path& path) {
+    const Result<Path> plain = systemPath(path);
+    if (!plain) return plain.error();
+    const Descriptor pinned(retryInterrupted(
+        [&] { return open(plain.value().c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC); }));
+    if (!pinned) return systemError();
+    struct stat status {};
+    if (fstat(pinned.get(), &status) != 0) return systemError();
+    if (S_ISLNK(status.st_mode)) return systemError(ELOOP);
+    if (S_ISDIR(status.st_mode)) return systemError(EISDIR);
+    if (!S_ISREG(status.st_mode)) return systemError(ENXIO);
+    return openStream("/proc/self/fd/" + std::to_string(pinned.get()), O_RDWR);
+}
+
+Result<StreamHandle> openAppendStream(const Path& path) {
+    Result<StreamHandle> stream = openStream(path, O_RDWR | O_APPEND);
+    // What may not be read may be written all the same.
+    if (!stream && stream.error().code == EACCES) stream = openStream(path, O_WRONLY | O_APPEND);
+    return stream;
+}
+
+Result<void> truncateStream(int descriptor) {
+    if (ftruncate(descriptor, 0) != 0) return systemError();
+    return seekStream(descriptor, 0);
+}
+
+bool endsInsideLine(int descriptor) {
+    for (off_t known = -1;;) {
+        struct stat status {};
+        char last = '\n';
+        if (fstat(descriptor, &status) != 0 || status.st_size == 0) return false;
+        if (pread(descriptor, &last, 1, status.st_size - 1) != 1 || last == '\n') return false;
+        if (status.st_size == known) return true;
+        known = status.st_size; // which moves on while a write is under way
+        std::this_thread::sleep_for(kTimeOfAWrite);
+    }
+}
+
+Result<FileIdentity> identityOfStream(int descriptor) {
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0) return systemError();
+    return FileIdentity{status.st_dev, status.st_ino};
+}
+
+Result<void> removeEmptyFile(const Path& path, int descriptor) {
+    const Result<FileIdentity> opened = identityOfStream(descriptor);
+    if (!opened) return opened.error();
+    const Result<ItemPlace> place = openParent(path);
+    if (!place) return place.error();
+    const int folder = place.value().folder.get();
+    const char* name = place.value().name.c_str();
+    struct stat there {};
+    if (fstatat(folder, name, &there, AT_SYMLINK_NOFOLLOW) != 0) return systemError();
+    const FileIdentity found{there.st_dev, there.st_ino};
+    if (found != opened.value() || there.st_size != 0) return systemError(ESTALE);
+    if (unlinkat(folder, name, 0) != 0) return systemError();
+    return {};
+}
 
 Result<void> seekStream(int descriptor, std::uint64_t position) {
     if (position > std::numeric_limits<off_t>::max()) return systemError(EOVERFLOW);

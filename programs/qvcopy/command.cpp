@@ -22,14 +22,21 @@ VerificationType verificationNamed(const std::string& name) {
 
 Command parseCommand(const Arguments& arguments) {
     Command command;
-    const Option verify = {"--verify", true, [&](const std::string& name) {
-                               command.verification = verificationNamed(name);
-                           }};
-    const Arguments names = takeOptions(arguments, {verify});
-    if (names.empty()) throw UsageError("a source is missing");
-    if (names.size() == 1) throw UsageError("a destination is missing");
-    command.source = names.front();
-    command.destinations.assign(names.begin() + 1, names.end());
+    const std::vector<Option> options = {
+        {"--force", false, [&](const std::string&) { command.replaces = true; }},
+        {"--to", true,
+         [&](const std::string& folder) {
+             command.toFolders = true;
+             command.destinations.push_back(folder);
+         }},
+        {"--verify", true,
+         [&](const std::string& name) { command.verification = verificationNamed(name); }}};
+    command.sources = takeOptions(arguments, options);
+    if (command.sources.empty()) throw UsageError("a source is missing");
+    if (command.toFolders) return command;
+    if (command.sources.size() == 1) throw UsageError("a destination is missing");
+    command.destinations.push_back(command.sources.back());
+    command.sources.pop_back();
     return command;
 }
 

@@ -11,11 +11,16 @@ namespace quorvane::programs::qvcopy {
 
 struct Command {
     VerificationType verification = VerificationType::none;
-    std::string source;
+    /// Whether files that are there get new content.
+    bool replaces = false;
+    /// Whether the destinations are named as folders; else there is one, which may be a file.
+    bool toFolders = false;
+    std::vector<std::string> sources;
     std::vector<std::string> destinations;
 };
 
-/// Reads `[--verify ALGORITHM] SOURCE DESTINATION…`. Throws UsageError.
+/// Reads `[OPTION]… SOURCE DESTINATION`, `[OPTION]… SOURCE… FOLDER` and
+/// `[OPTION]… --to FOLDER… SOURCE…`. Throws UsageError.
 Command parseCommand(const Arguments& arguments);
 
 } // namespace quorvane::programs::qvcopy

@@ -1,4 +1,4 @@
-// Copies a file to several places at once, and verifies each.
+// Copies files to several places at once, and verifies each copy.
 #include <iostream>
 
 #include "platform/CommandLine.h"
@@ -12,13 +12,19 @@ using namespace quorvane;
 using namespace quorvane::programs;
 
 constexpr const char* kUsage =
-    R"(usage: qvcopy [--verify md5|sha1|sha256|sha512] SOURCE DESTINATION...
-Copies a file to one or several files, or into folders, while it reads it once. With --verify each
-destination is read back and compared with the source, and the digests are printed.
+    R"(usage: qvcopy [OPTION]... SOURCE DESTINATION
+       qvcopy [OPTION]... SOURCE... FOLDER
+       qvcopy [OPTION]... --to FOLDER [--to FOLDER]... SOURCE...
        qvcopy --help
        qvcopy --version
-Exit status: 0 copied, and verified if asked; 1 failed; 2 copied, but a destination differs;
-64 wrong usage; 130 cancelled.
+Copies files to a file or into folders, and reads each once, however many folders it goes to.
+  --to FOLDER         copies into the folder; several get a copy each
+  --verify ALGORITHM  md5, sha1, sha256 or sha512: reads back each destination, compares it with
+                      the source, and prints the digests
+  --force             replaces the content of files that are there
+Exit status: 0 copied, and verified if asked; 1 failed; 2 copied, but a destination differs, or
+nothing copied, as a folder stands where a file belongs, or the other way round; 64 wrong usage;
+130 cancelled.
 )";
 
 int qvcopyMain(const Arguments& arguments, const platform::CommandLine& commandLine) {
@@ -28,7 +34,7 @@ int qvcopyMain(const Arguments& arguments, const platform::CommandLine& commandL
                     [&](const Arguments& texts) {
                         return qvcopy::copy(qvcopy::parseCommand(texts), commandLine, std::cout);
                     }},
-               arguments);
+               arguments, commandLine);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// Where a copy comes from and goes to.
+// Where copies come from and go to.
 #pragma once
 
 #include <string>
@@ -22,12 +22,17 @@ struct Places {
     std::vector<Place> destinations;
 };
 
-/// The places of a copy, looked over before anything is changed: opening a destination empties it.
-/// Throws Failure for what cannot be read or written, for folders where files belong, and for two
-/// names of one file, whatever links lead there.
-Places placesOf(const Command& command);
+/// The places of every source, looked over before anything is changed. Throws Failure. Seen before
+/// anything is opened: folders among the sources and several sources without a folder to go to,
+/// which is a failure of the status wrongKind; two names of one file, whatever links lead there;
+/// and files that are there, unless the command replaces them. Seen next: what cannot be read or
+/// written.
+std::vector<Places> placesOf(const Command& command);
 
 /// Makes the folders that the destinations lack, with the user's own rights alone. Throws Failure.
-void makeFolders(const Places& places);
+void makeFolders(const std::vector<Places>& all);
+
+/// Why a destination cannot be opened, in the words of a Failure.
+std::string reasonAgainst(const platform::Error& error);
 
 } // namespace quorvane::programs::qvcopy

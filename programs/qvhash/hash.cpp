@@ -26,6 +26,7 @@ bool hashFile(const std::string& name, const Command& command,
 
 ExitStatus hash(const Command& command, const platform::CommandLine& commandLine,
                 std::ostream& output) {
+    needStandardOutput(commandLine);
     ExitStatus status = ExitStatus::done;
     for (const std::string& name : command.files) {
         try {

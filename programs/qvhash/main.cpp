@@ -26,7 +26,7 @@ int qvhashMain(const Arguments& arguments, const platform::CommandLine& commandL
                     [&](const Arguments& texts) {
                         return qvhash::hash(qvhash::parseCommand(texts), commandLine, std::cout);
                     }},
-               arguments);
+               arguments, commandLine);
 }
 
 } // namespace

@@ -8,6 +8,8 @@ import time
 from sample_installation import RUNNING
 from session import as_user
 
+PATIENCE = 60
+
 
 class RunningTools:
     """Starts what the sample installation says is running, as the user."""
@@ -37,7 +39,7 @@ class RunningTools:
     @staticmethod
     def _wait_for_end(process):
         try:
-            process.wait(10)
+            process.wait(PATIENCE)
         except subprocess.TimeoutExpired:
             pass
 

@@ -22,11 +22,23 @@ std::string complaint(Parse parse, const Arguments& arguments) {
     return {};
 }
 
-TEST(CopyCommand, NamesASourceAndDestinations) {
+TEST(CopyCommand, NamesSourcesAndADestination) {
     const qvcopy::Command command = qvcopy::parseCommand({"a", "b", "-", ""});
     EXPECT_EQ(command.verification, VerificationType::none);
-    EXPECT_EQ(command.source, "a");
-    EXPECT_THAT(command.destinations, ElementsAre("b", "-", ""));
+    EXPECT_FALSE(command.replaces);
+    EXPECT_FALSE(command.toFolders);
+    EXPECT_THAT(command.sources, ElementsAre("a", "b", "-"));
+    EXPECT_THAT(command.destinations, ElementsAre(""));
+}
+
+TEST(CopyCommand, NamesFoldersToCopyTo) {
+    const qvcopy::Command command =
+        qvcopy::parseCommand({"--to", "x", "a", "--to=y", "b", "--force"});
+    EXPECT_TRUE(command.replaces);
+    EXPECT_TRUE(command.toFolders);
+    EXPECT_THAT(command.sources, ElementsAre("a", "b"));
+    EXPECT_THAT(command.destinations, ElementsAre("x", "y"));
+    EXPECT_THAT(qvcopy::parseCommand({"a", "--to", "x"}).sources, ElementsAre("a"));
 }
 
 TEST(CopyCommand, NamesAnAlgorithmAnywhere) {
@@ -44,14 +56,17 @@ TEST(CopyCommand, TakesEverythingForNamesBehindTwoDashes) {
     const qvcopy::Command command =
         qvcopy::parseCommand({"--", "--verify", "sha1", "--", "--help"});
     EXPECT_EQ(command.verification, VerificationType::none);
-    EXPECT_EQ(command.source, "--verify");
-    EXPECT_THAT(command.destinations, ElementsAre("sha1", "--", "--help"));
+    EXPECT_THAT(command.sources, ElementsAre("--verify", "sha1", "--"));
+    EXPECT_THAT(command.destinations, ElementsAre("--help"));
 }
 
 TEST(CopyCommand, SaysWhatIsWrong) {
     EXPECT_EQ(complaint(qvcopy::parseCommand, {}), "a source is missing");
     EXPECT_EQ(complaint(qvcopy::parseCommand, {"--verify", "md5"}), "a source is missing");
     EXPECT_EQ(complaint(qvcopy::parseCommand, {"a"}), "a destination is missing");
+    EXPECT_EQ(complaint(qvcopy::parseCommand, {"--to", "a"}), "a source is missing");
+    EXPECT_EQ(complaint(qvcopy::parseCommand, {"a", "--to"}), "--to needs a value");
+    EXPECT_EQ(complaint(qvcopy::parseCommand, {"a", "b", "--force=yes"}), "--force takes no value");
     EXPECT_EQ(complaint(qvcopy::parseCommand, {"a", "b", "--verify"}), "--verify needs a value");
     EXPECT_EQ(complaint(qvcopy::parseCommand, {"--verify", "crc", "a", "b"}),
               "unknown algorithm crc");

@@ -114,6 +114,13 @@ TEST_F(HashProgram, EndsWithTheOutput) {
     EXPECT_EQ(error(), "");
 }
 
+TEST_F(HashProgram, ReadsNothingWithoutAnOutput) {
+    system.disk->addFile("/a", "content");
+    commandLine.standardOutput = false;
+    EXPECT_THROW(hash(DigestAlgorithm::sha256, {"/a"}), Failure);
+    EXPECT_THAT(system.journal->entries("files."), IsEmpty());
+}
+
 TEST_F(HashProgram, ShowsProgressOfLargeFilesOnATerminal) {
     system.disk->addFile("/a", Bytes(kInterval * 2, 'x'));
     system.disk->addFile("/b", Bytes(kInterval - 1, 'x'));

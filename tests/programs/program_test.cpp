@@ -13,11 +13,11 @@ protected:
     ProgramRun() : before_(std::cout.rdbuf(output.rdbuf())) {}
     ~ProgramRun() override { std::cout.rdbuf(before_); }
 
-    static int run(const Arguments& arguments, std::function<ExitStatus()> body) {
+    int run(const Arguments& arguments, std::function<ExitStatus()> body) const {
         return programs::run({.name = "tool",
                               .usage = "usage: tool\n",
                               .body = [&](const Arguments&) { return body(); }},
-                             arguments);
+                             arguments, commandLine);
     }
 
 private:
@@ -34,6 +34,8 @@ TEST_F(ProgramRun, EndsWithTheStatusOfItsBody) {
 TEST_F(ProgramRun, SaysWhatKeepsItFromGoingOn) {
     EXPECT_EQ(run({}, []() -> ExitStatus { throw Failure("/a", "no"); }), 1);
     EXPECT_EQ(error(), "tool: /a: no\n");
+    EXPECT_EQ(run({}, []() -> ExitStatus { throw Failure("/a", "b", ExitStatus::wrongKind); }), 2);
+    EXPECT_EQ(error(), "tool: /a: b\n");
     EXPECT_EQ(run({}, []() -> ExitStatus { throw std::bad_alloc(); }), 1);
     EXPECT_THAT(error(), StartsWith("tool: "));
     EXPECT_EQ(run({}, []() -> ExitStatus { throw UsageError("what?"); }), 64);
@@ -53,6 +55,16 @@ TEST_F(ProgramRun, FailsWhenNobodyTakesItsOutput) {
     EXPECT_EQ(run({}, [] { return ExitStatus::differs; }), 1);
     EXPECT_EQ(error(), "tool: standard output: could not be written\n");
     std::cout.clear();
+}
+
+TEST_F(ProgramRun, ExplainsItselfToNobodyWithoutOutput) {
+    commandLine.standardOutput = false;
+    for (const std::string option : {"--help", "--version"}) {
+        EXPECT_EQ(run({option}, [] { return ExitStatus::done; }), 1);
+        EXPECT_EQ(error(), "tool: standard output: is closed\n");
+    }
+    EXPECT_EQ(run({}, [] { return ExitStatus::done; }), 0);
+    EXPECT_EQ(output.str() + error(), "");
 }
 
 TEST_F(ProgramRun, LeavesNoLog) {

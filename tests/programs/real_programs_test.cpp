@@ -1,4 +1,5 @@
 // The programs themselves on real files and file systems, as their users run them.
+#include <algorithm>
 #include <filesystem>
 
 #include <fcntl.h>
@@ -81,12 +82,12 @@ TEST_F(RealPrograms, CopyUnderAnyName) {
     for (const std::string& name : kNames) folder_.addFile(name, "content of " + name);
     for (const std::string algorithm : {"md5", "sha1", "sha256", "sha512"}) {
         for (const std::string& name : kNames) {
-            const ToolRun copied =
-                copy({"--verify", algorithm, "--", name, "copies", "new/" + algorithm + "/b"});
+            const ToolRun copied = copy({"--force", "--verify", algorithm, "--to", "copies", "--to",
+                                         "new/" + algorithm, "--", name});
             EXPECT_EQ(copied.status, 0);
             EXPECT_EQ(content("copies/" + name), "content of " + name);
             EXPECT_EQ(copied.error, "");
-            EXPECT_EQ(content("new/" + algorithm + "/b"), "content of " + name);
+            EXPECT_EQ(content("new/" + algorithm + "/" + name), "content of " + name);
             const ToolRun checked = check(algorithm, copied.output);
             EXPECT_EQ(checked.status, 0) << checked.output << checked.error;
         }
@@ -106,7 +107,7 @@ TEST_F(RealPrograms, CopyWithTheDatesOfTheSource) {
 
 TEST_F(RealPrograms, SayNothingOfASimpleCopy) {
     folder_.addFile("source", std::string(30 * kMiB, 'x'));
-    const ToolRun copied = copy({"source", "a", "b"});
+    const ToolRun copied = copy({"source", "--to", "a", "--to", "b"});
     EXPECT_EQ(copied.status, 0);
     EXPECT_EQ(copied.output, "");
     EXPECT_EQ(copied.error, "");
@@ -120,12 +121,119 @@ TEST_F(RealPrograms, RefuseToCopyAFileOntoItself) {
     fs::create_symlink("..", folder_ / "folder/up");
     for (const std::string destination :
          {"source", "./folder/../source", "hard", "soft", "folder/up/source", ".", "folder/up"}) {
-        const ToolRun copied = copy({"source", "other", destination});
+        const ToolRun copied = copy({"--force", "source", destination});
         EXPECT_EQ(copied.status, 1);
         EXPECT_THAT(copied.error, HasSubstr(": is the same file as source\n"));
         EXPECT_EQ(content("source"), "content");
-        EXPECT_FALSE(fs::exists(folder_ / "other"));
     }
+}
+
+// As people call cp, with the folder last: every file but the first was once taken for a
+// destination.
+TEST_F(RealPrograms, CopySeveralFilesIntoAFolder) {
+    folder_.addFolder("t/d");
+    for (const std::string name : {"1.mov", "2.mov", "3.mov"}) folder_.addFile("t/" + name, name);
+    const ToolRun copied = copy({"--verify", "sha256", "t/1.mov", "t/2.mov", "t/3.mov", "t/d"});
+    EXPECT_EQ(copied.status, 0) << copied.error;
+    for (const std::string name : {"1.mov", "2.mov", "3.mov"}) {
+        EXPECT_EQ(content("t/" + name), name);
+        EXPECT_EQ(content("t/d/" + name), name);
+        EXPECT_THAT(copied.output, HasSubstr("  t/d/" + name + "\n"));
+    }
+    const ToolRun checked = check("sha256", copied.output);
+    EXPECT_EQ(checked.status, 0) << checked.output << checked.error;
+}
+
+TEST_F(RealPrograms, CopyToSeveralFolders) {
+    folder_.addFolder("d");
+    for (const std::string name : {"1", "2"}) folder_.addFile(name, name);
+    const ToolRun copied = copy({"--to", "d", "--verify=md5", "1", "2", "--to=new/e"});
+    EXPECT_EQ(copied.status, 0) << copied.error;
+    for (const std::string name : {"d/1", "new/e/1"}) EXPECT_EQ(content(name), "1");
+    for (const std::string name : {"d/2", "new/e/2"}) EXPECT_EQ(content(name), "2");
+    EXPECT_EQ(check("md5", copied.output).status, 0);
+    EXPECT_EQ(std::ranges::count(copied.output, '\n'), 6);
+}
+
+TEST_F(RealPrograms, LeaveFilesThatAreThereAlone) {
+    folder_.addFile("source", "new");
+    folder_.addFile("other", "kept");
+    folder_.addFile("folder/source", "kept");
+    fs::create_symlink("other", folder_ / "link");
+    fs::create_symlink("nowhere", folder_ / "dangling");
+    const auto expectRefusal = [this](const std::string& name, const std::string& reason) {
+        const ToolRun copied = copy({"source", name});
+        EXPECT_EQ(copied.status, 1);
+        EXPECT_EQ(copied.error, "qvcopy: " + reason + "\n");
+    };
+    expectRefusal("other", "other: exists already; --force replaces its content");
+    expectRefusal("folder", "folder/source: exists already; --force replaces its content");
+    expectRefusal("link", "link: is a link, and links are not followed here");
+    expectRefusal("dangling", "dangling: is a link, and links are not followed here");
+    EXPECT_EQ(content("other") + content("folder/source"), "keptkept");
+    EXPECT_FALSE(fs::exists(folder_ / "nowhere"));
+}
+
+TEST_F(RealPrograms, ReplaceContentOnlyWhenForcedAndOnlyThatOfFiles) {
+    folder_.addFile("source", "new");
+    const Path other = folder_.addFile("other", "the old content");
+    fs::permissions(other, fs::perms::owner_read | fs::perms::owner_write);
+    folder_.addFile("target", "kept");
+    fs::create_symlink("target", folder_ / "link");
+    fs::create_symlink("nowhere", folder_ / "dangling");
+    ASSERT_EQ(mkfifo((folder_ / "fifo").c_str(), 0666), 0);
+    EXPECT_EQ(copy({"--force", "source", "other"}).status, 0);
+    EXPECT_EQ(content("other"), "new");
+    EXPECT_EQ(fs::status(other).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    const auto expectRefusal = [this](const std::string& name, const std::string& reason) {
+        const ToolRun copied = copy({"--force", "source", name});
+        EXPECT_EQ(copied.status, 1);
+        EXPECT_EQ(copied.error, "qvcopy: " + name + ": " + reason + "\n");
+    };
+    expectRefusal("link", "is a link, and links are not followed here");
+    expectRefusal("dangling", "is a link, and links are not followed here");
+    expectRefusal("fifo", "is no regular file");
+    expectRefusal("/dev/null", "is no regular file");
+    EXPECT_EQ(content("target"), "kept");
+    EXPECT_FALSE(fs::exists(folder_ / "nowhere"));
+}
+
+TEST_F(RealPrograms, RefuseAFolderAsASourceBeforeAnythingIsOpened) {
+    folder_.addFile("film", "content");
+    folder_.addFolder("a");
+    folder_.addFolder("b");
+    fs::create_symlink("a", folder_ / "link");
+    for (const Arguments& arguments :
+         {Arguments{"film", "a", "b"}, Arguments{"film", "link", "b"}, Arguments{"a", "b"},
+          Arguments{"missing", "a", "b"}, Arguments{"--to", "b", "film", "a"}}) {
+        const ToolRun copied = copy(arguments);
+        EXPECT_EQ(copied.status, 2);
+        EXPECT_THAT(copied.error, HasSubstr("is a folder, and only files are copied"));
+        EXPECT_THAT(copied.error, HasSubstr("--to"));
+        EXPECT_TRUE(fs::is_empty(folder_ / "a") && fs::is_empty(folder_ / "b"));
+    }
+}
+
+TEST_F(RealPrograms, RefuseSeveralSourcesWithoutAFolder) {
+    for (const std::string name : {"1", "2", "3"}) folder_.addFile(name, name);
+    for (const std::string last : {"3", "missing"}) {
+        const ToolRun copied = copy({"--force", "1", "2", last});
+        EXPECT_EQ(copied.status, 2);
+        EXPECT_THAT(copied.error, StartsWith("qvcopy: " + last + ": is no folder"));
+        EXPECT_THAT(copied.error, HasSubstr("--to"));
+    }
+    EXPECT_EQ(content("1") + content("2") + content("3"), "123");
+    EXPECT_FALSE(fs::exists(folder_ / "missing"));
+}
+
+TEST_F(RealPrograms, RefuseTwoSourcesOfOneName) {
+    folder_.addFile("a/film", "one");
+    folder_.addFile("b/film", "other");
+    folder_.addFolder("d");
+    const ToolRun copied = copy({"a/film", "b/film", "d"});
+    EXPECT_EQ(copied.status, 1);
+    EXPECT_EQ(copied.error, "qvcopy: d/film: a/film and b/film would both be copied there\n");
+    EXPECT_TRUE(fs::is_empty(folder_ / "d"));
 }
 
 TEST_F(RealPrograms, NoticeADestinationThatTakesNoMore) {
@@ -136,7 +244,7 @@ TEST_F(RealPrograms, NoticeADestinationThatTakesNoMore) {
     EXPECT_EQ(copied.error, "Error writing file " + (folder_ / "full") +
                                 ": 1\nqvcopy: full: differs from the source\n");
 
-    const ToolRun verified = copyWithinLimit("--verify sha256 source full");
+    const ToolRun verified = copyWithinLimit("--force --verify sha256 source full");
     EXPECT_EQ(verified.status, 2);
     const ToolRun checked = check("sha256", verified.output);
     EXPECT_EQ(checked.status, 0) << checked.output << checked.error;
@@ -149,11 +257,11 @@ TEST_F(RealPrograms, NoticeAFullDisk) {
     folder_.addFolder("disk");
     inPrivateMounts([this] {
         mountVolume("tmpfs", folder_ / "disk", "size=1M");
-        const ToolRun copied = copy({"--verify", "md5", "source", "disk/a", "b"});
+        const ToolRun copied = copy({"--verify", "md5", "source", "--to", "disk", "--to", "b"});
         EXPECT_EQ(copied.status, 2);
-        EXPECT_THAT(copied.error, HasSubstr("qvcopy: disk/a: differs from the source\n"));
+        EXPECT_THAT(copied.error, HasSubstr("qvcopy: disk/source: differs from the source\n"));
         EXPECT_EQ(check("md5", copied.output).status, 0);
-        EXPECT_EQ(content("b"), content("source"));
+        EXPECT_EQ(content("b/source"), content("source"));
         EXPECT_EQ(copy({"source", "disk/c"}).status, 2);
     });
 }
@@ -164,11 +272,11 @@ TEST_F(RealPrograms, NoticeAByteThatIsReadAsAnother) {
     folder_.addFolder("disk");
     inPrivateMounts([this] {
         const FaultyVolume volume(folder_ / "disk", {.turnedByte = 700'000});
-        const ToolRun copied = copy({"--verify", "sha512", "source", "disk/a", "b"});
+        const ToolRun copied = copy({"--verify", "sha512", "source", "--to", "disk", "--to", "b"});
         EXPECT_EQ(copied.status, 2);
-        EXPECT_THAT(copied.error, HasSubstr("qvcopy: disk/a: differs from the source\n"));
-        EXPECT_THAT(copied.output, HasSubstr("  b\n"));
-        EXPECT_THAT(copied.output, Not(HasSubstr("disk/a")));
+        EXPECT_THAT(copied.error, HasSubstr("qvcopy: disk/source: differs from the source\n"));
+        EXPECT_THAT(copied.output, HasSubstr("  b/source\n"));
+        EXPECT_THAT(copied.output, Not(HasSubstr("disk/source")));
     });
 }
 
@@ -181,7 +289,8 @@ TEST_F(RealPrograms, FailForASourceThatCannotBeReadToItsEnd) {
         const ToolRun copied = copy({"--verify", "sha1", "disk/a", "b"});
         EXPECT_EQ(copied.status, 1);
         EXPECT_EQ(copied.output, "");
-        EXPECT_EQ(copied.error, "qvcopy: disk/a: could not be read to its end\n");
+        EXPECT_EQ(copied.error, "qvcopy: disk/a: could not be read to its end\n"
+                                "qvcopy: b: is not whole\n");
         for (const std::string algorithm : {"--md5", "--sha256"}) {
             const ToolRun hashed = hash({algorithm, "disk/a"});
             EXPECT_EQ(hashed.status, 1);
@@ -209,7 +318,7 @@ TEST_F(RealPrograms, FailForASourceThatCannotBeOpened) {
         expectFailure("secret", "Permission denied");
         expectFailure("fifo", "No such device or address");
         expectFailure("loop", "Too many levels of symbolic links");
-        expectFailure(".", "Is a directory");
+        EXPECT_EQ(hash({"."}).error, "qvhash: .: Is a directory\n");
         EXPECT_FALSE(fs::exists(folder_ / "copy"));
     });
 }
@@ -220,16 +329,19 @@ TEST_F(RealPrograms, FailForADestinationThatCannotBeWritten) {
                     fs::perms::owner_read | fs::perms::others_read);
     fs::permissions(folder_.addFolder("folder"), fs::perms::owner_read | fs::perms::owner_exec);
     asOrdinaryUser(folder_.path(), [this] {
-        folder_.addFile("mine", "kept");
-        for (const std::string name : {"other", "folder/new"}) {
-            const ToolRun copied = copy({"source", "mine", name});
+        folder_.addFile("mine/source", "kept");
+        const auto expectFailure = [this](const Arguments& places, const std::string& reason) {
+            Arguments arguments = {"--force", "source"};
+            arguments.insert(arguments.end(), places.begin(), places.end());
+            const ToolRun copied = copy(arguments);
             EXPECT_EQ(copied.status, 1);
-            EXPECT_EQ(copied.error, "qvcopy: " + name + ": cannot be written\n");
-        }
-        const ToolRun copied = copy({"source", "mine", "folder/new/file"});
-        EXPECT_EQ(copied.status, 1);
-        EXPECT_EQ(copied.error, "qvcopy: folder/new/file: its folder cannot be made\n");
-        EXPECT_EQ(content("mine"), "kept");
+            EXPECT_EQ(copied.error, "qvcopy: " + reason + "\n");
+            EXPECT_EQ(content("mine/source"), "kept");
+        };
+        expectFailure({"other"}, "other: Permission denied");
+        expectFailure({"--to", "mine", "--to", "folder"}, "folder/source: cannot be written");
+        expectFailure({"--to", "mine", "--to", "folder/new"},
+                      "folder/new/source: its folder cannot be made");
         EXPECT_EQ(content("other"), "kept");
     });
 }
@@ -250,6 +362,25 @@ TEST_F(RealPrograms, FailWhenNobodyTakesTheirOutput) {
         EXPECT_EQ(run.status, 1);
         EXPECT_THAT(run.error, HasSubstr(": standard output: could not be written\n"));
     }
+}
+
+TEST_F(RealPrograms, FailWithoutAnOutputThatTheyNeed) {
+    folder_.addFile("source", "content");
+    const auto run = [this](const std::string& script) {
+        return runTool("/bin/sh", {"-c", script, QVCOPY, QVHASH}, folder_.path());
+    };
+    for (const std::string script :
+         {"exec \"$1\" source >&-", "exec \"$1\" source >&- <&-", "exec \"$0\" --help >&-",
+          "exec \"$0\" --verify md5 source verified >&-", "exec \"$1\" --version >&-"}) {
+        const ToolRun closed = run(script);
+        EXPECT_EQ(closed.status, 1) << script;
+        EXPECT_THAT(closed.error, ::testing::EndsWith(": standard output: is closed\n")) << script;
+    }
+    EXPECT_FALSE(fs::exists(folder_ / "verified"));
+    const ToolRun quiet = run("exec \"$0\" source copy >&-");
+    EXPECT_EQ(quiet.status, 0);
+    EXPECT_EQ(quiet.error, "");
+    EXPECT_EQ(content("copy"), "content");
 }
 
 TEST_F(RealPrograms, ExplainThemselves) {

@@ -147,7 +147,7 @@ class OnATerminal(unittest.TestCase):
         os.chdir(self.folder)
         os.rename("source", "s")
         for columns in (90, 200):
-            copy = Terminal(columns, QVCOPY, "--verify", "sha256", "s", "c")
+            copy = Terminal(columns, QVCOPY, "--force", "--verify", "sha256", "s", "c")
             self.assertEqual(copy.end(), 0)
             self.assertIn(b"%", copy.output)
             self.assertIn(b" of 200.00 MB", copy.output)
@@ -160,7 +160,7 @@ class OnATerminal(unittest.TestCase):
     def test_progress_fits_narrow_terminals(self):
         self.make_source(60 * MIB)
         for columns in (1, 2, 5, 10, 30, 50):
-            copy = Terminal(columns, QVCOPY, self.source, self.folder / "copy")
+            copy = Terminal(columns, QVCOPY, "--force", self.source, self.folder / "copy")
             self.assertEqual(copy.end(), 0)
             self.assertEqual(copy.lines(), [""])
 
@@ -171,7 +171,7 @@ class OnATerminal(unittest.TestCase):
         self.assertEqual(copy.end(), 0)
         self.assertNotIn(b"%", copy.output)
         self.assertEqual((self.folder / "error").read_bytes(), b"")
-        copy = Terminal(80, QVCOPY, "--verify", "md5", self.source, self.folder / "copy",
+        copy = Terminal(80, QVCOPY, "--verify", "md5", self.source, self.folder / "other copy",
                         redirect=f">{self.folder}/output")
         self.assertEqual(copy.end(), 0)
         self.assertIn(b"%", copy.output)
@@ -181,7 +181,8 @@ class OnATerminal(unittest.TestCase):
     def test_ctrl_c_cancels_and_leaves_a_clean_line(self):
         self.make_source(64 << 30)
         for columns in (40, 80):
-            copy = Terminal(columns, QVCOPY, "--verify", "sha1", self.source, self.folder / "copy")
+            copy = Terminal(columns, QVCOPY, "--force", "--verify", "sha1", self.source,
+                            self.folder / "copy")
             copy.read_until(b"/s")
             copy.type(b"\x03")
             self.assertEqual(copy.end(), 130)

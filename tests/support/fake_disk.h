@@ -91,12 +91,18 @@ public:
     platform::Result<void> writeAtomically(const Path& path, std::string_view content);
     platform::Result<platform::StreamHandle> openForReading(const Path& path);
     platform::Result<platform::StreamHandle> openTruncated(const Path& path);
-    platform::Result<platform::StreamHandle> openForWriting(const Path& path);
+    platform::Result<platform::StreamHandle> openNew(const Path& path);
+    platform::Result<platform::StreamHandle> openExisting(const Path& path);
+    platform::Result<platform::StreamHandle> openForAppending(const Path& path);
     /// Failures of streams are scripted for the path that was opened.
     platform::Result<void> seek(platform::StreamHandle handle, std::uint64_t position);
     platform::Result<std::uint64_t> seekToEnd(platform::StreamHandle handle);
     platform::Result<std::size_t> write(platform::StreamHandle handle, std::string_view bytes);
     platform::StreamRead read(platform::StreamHandle handle, std::span<char> buffer);
+    platform::Result<void> truncate(platform::StreamHandle handle);
+    platform::Result<platform::FileIdentity> identity(platform::StreamHandle handle);
+    platform::Result<void> removeEmpty(const Path& path, platform::StreamHandle handle);
+    bool endsInsideLine(platform::StreamHandle handle) const;
     void close(platform::StreamHandle handle);
     /// The path that an open stream was opened with; empty for an unknown one.
     Path pathOf(platform::StreamHandle handle) const;
@@ -124,6 +130,7 @@ private:
         Path path;
         std::shared_ptr<FakeItem> item;
         std::uint64_t position = 0;
+        bool appends = false;
     };
     using Place = platform::Result<FakePlace>;
 
@@ -132,6 +139,7 @@ private:
     std::shared_ptr<FakeItem> makeItem(FakeItem::Kind kind, Bytes content) const;
     void add(const Path& path, FakeItem::Kind kind, Bytes content);
 
+    platform::Result<std::shared_ptr<FakeItem>> makeFile(const FakePlace& place) const;
     platform::StreamHandle addStream(const Path& path, const std::shared_ptr<FakeItem>& item);
     std::optional<platform::Error> failure(const std::string& operation, const Path& path);
     platform::Result<void> removeTree(const FakePlace& place, const Path& path);

@@ -46,8 +46,7 @@ platform::Existence FakeDisk::existence(const Path& path) const {
     const Place place = findItem(root_, path, FinalLink::follow);
     if (!place) return {};
     const FakeItem& item = *place.value().item;
-    const platform::FileIdentity identity{0, reinterpret_cast<std::uintptr_t>(&item)};
-    return {true, item.isFolder(), identity};
+    return {true, item.isFolder(), identityOf(item)};
 }
 
 Result<std::vector<std::string>> FakeDisk::contentsOfDirectory(const Path& path) {

@@ -37,6 +37,14 @@ void FakeDisk::setFirstHandle(std::int64_t number) {
     firstHandle_ = number;
 }
 
+Result<std::shared_ptr<FakeItem>> FakeDisk::makeFile(const FakePlace& place) const {
+    if (place.folder->immutable) return errorFor(EPERM);
+    if (!place.folder->writable) return errorFor(EACCES);
+    auto file = makeItem(FakeItem::Kind::file, {});
+    place.folder->entries.emplace_back(place.name, file);
+    return file;
+}
+
 StreamHandle FakeDisk::addStream(const Path& path, const std::shared_ptr<FakeItem>& item) {
     std::int64_t handle = firstHandle_;
     while (streams_.contains(StreamHandle{handle})) ++handle;
@@ -57,26 +65,49 @@ Result<StreamHandle> FakeDisk::openTruncated(const Path& path) {
     if (auto error = failure("openTruncated", path)) return *error;
     const Place place = findPlace(root_, path, FinalLink::follow);
     if (!place) return place.error();
-    auto [folder, name, item] = place.value();
-    if (!item) {
-        if (folder->immutable) return errorFor(EPERM);
-        if (!folder->writable) return errorFor(EACCES);
-        item = makeItem(FakeItem::Kind::file, {});
-        folder->entries.emplace_back(name, item);
+    if (!place.value().item) {
+        const auto made = makeFile(place.value());
+        if (!made) return made.error();
+        return addStream(path, made.value());
     }
+    FakeItem& item = *place.value().item;
+    if (const int code = writeProtection(item)) return errorFor(code);
+    item.content.clear();
+    item.modificationDate = now_;
+    return addStream(path, place.value().item);
+}
+
+Result<StreamHandle> FakeDisk::openNew(const Path& path) {
+    const std::lock_guard lock(mutex_);
+    if (auto error = failure("openNew", path)) return *error;
+    const Place place = findPlace(root_, path, FinalLink::keep);
+    if (!place) return place.error();
+    if (place.value().item) return errorFor(EEXIST);
+    const auto made = makeFile(place.value());
+    if (!made) return made.error();
+    return addStream(path, made.value());
+}
+
+Result<StreamHandle> FakeDisk::openExisting(const Path& path) {
+    const std::lock_guard lock(mutex_);
+    if (auto error = failure("openExisting", path)) return *error;
+    const Place place = findItem(root_, path, FinalLink::keep);
+    if (!place) return place.error();
+    const std::shared_ptr<FakeItem>& item = place.value().item;
+    if (item->isLink()) return errorFor(ELOOP);
     if (const int code = writeProtection(*item)) return errorFor(code);
-    item->content.clear();
-    item->modificationDate = now_;
     return addStream(path, item);
 }
 
-Result<StreamHandle> FakeDisk::openForWriting(const Path& path) {
+Result<StreamHandle> FakeDisk::openForAppending(const Path& path) {
     const std::lock_guard lock(mutex_);
-    if (auto error = failure("openForWriting", path)) return *error;
+    if (auto error = failure("openForAppending", path)) return *error;
     const Place place = findItem(root_, path, FinalLink::follow);
     if (!place) return place.error();
     if (const int code = writeProtection(*place.value().item)) return errorFor(code);
-    return addStream(path, place.value().item);
+    const StreamHandle handle = addStream(path, place.value().item);
+    streams_[handle].appends = true;
+    return handle;
 }
 
 Result<void> FakeDisk::seek(StreamHandle handle, std::uint64_t position) {
@@ -121,6 +152,7 @@ Result<std::size_t> FakeDisk::write(StreamHandle handle, std::string_view bytes)
     if (found == streams_.end()) return errorFor(EBADF);
     Stream& stream = found->second;
     if (auto error = failure("write", stream.path)) return *error;
+    if (stream.appends) stream.position = stream.item->content.size();
     const std::size_t room =
         stream.item->mostBytes - std::min<std::size_t>(stream.position, stream.item->mostBytes);
     if (room == 0 && !bytes.empty()) return errorFor(ENOSPC);
@@ -131,6 +163,45 @@ Result<std::size_t> FakeDisk::write(StreamHandle handle, std::string_view bytes)
     stream.position += bytes.size();
     stream.item->modificationDate = now_;
     return bytes.size();
+}
+
+Result<void> FakeDisk::truncate(StreamHandle handle) {
+    const std::lock_guard lock(mutex_);
+    const auto stream = streams_.find(handle);
+    if (stream == streams_.end()) return errorFor(EBADF);
+    if (auto error = failure("truncate", stream->second.path)) return *error;
+    stream->second.item->content.clear();
+    stream->second.item->modificationDate = now_;
+    stream->second.position = 0;
+    return {};
+}
+
+Result<platform::FileIdentity> FakeDisk::identity(StreamHandle handle) {
+    const std::lock_guard lock(mutex_);
+    const auto stream = streams_.find(handle);
+    if (stream == streams_.end()) return errorFor(EBADF);
+    return identityOf(*stream->second.item);
+}
+
+Result<void> FakeDisk::removeEmpty(const Path& path, StreamHandle handle) {
+    const std::lock_guard lock(mutex_);
+    if (auto error = failure("removeEmpty", path)) return *error;
+    const auto stream = streams_.find(handle);
+    if (stream == streams_.end()) return errorFor(EBADF);
+    const Place place = findItem(root_, path, FinalLink::keep);
+    if (!place) return place.error();
+    const auto& [folder, name, item] = place.value();
+    if (item != stream->second.item || !item->content.empty()) return errorFor(ESTALE);
+    folder->removeEntry(name);
+    return {};
+}
+
+bool FakeDisk::endsInsideLine(StreamHandle handle) const {
+    const std::lock_guard lock(mutex_);
+    const auto stream = streams_.find(handle);
+    if (stream == streams_.end()) return false;
+    const Bytes& content = stream->second.item->content;
+    return !content.empty() && content.back() != '\n';
 }
 
 void FakeDisk::close(StreamHandle handle) {

@@ -66,7 +66,7 @@ TEST_F(FakeDiskTest, JournalTellsCallsInOrder) {
     const platform::FileTime date{std::chrono::milliseconds(1500)};
     EXPECT_TRUE(files_.setAttributes("/a", {false, 0755, date, std::nullopt}).ok());
     EXPECT_TRUE(files_.moveItem("/a", "/b").ok());
-    const auto stream = files_.openForWriting("/b");
+    const auto stream = files_.openForAppending("/b");
     EXPECT_EQ(files_.write(stream.value(), "text").value(), 4U);
     EXPECT_EQ(disk_->openStreams(), 1U);
     files_.close(stream.value());

@@ -167,9 +167,19 @@ platform::Result<platform::StreamHandle> FakeFileManager::openTruncated(const Pa
     return disk_->openTruncated(path);
 }
 
-platform::Result<platform::StreamHandle> FakeFileManager::openForWriting(const Path& path) {
+platform::Result<platform::StreamHandle> FakeFileManager::openNew(const Path& path) {
+    journal_->add("files.openNew " + path);
+    return disk_->openNew(path);
+}
+
+platform::Result<platform::StreamHandle> FakeFileManager::openExisting(const Path& path) {
+    journal_->add("files.openExisting " + path);
+    return disk_->openExisting(path);
+}
+
+platform::Result<platform::StreamHandle> FakeFileManager::openForAppending(const Path& path) {
     journal_->add("files.open " + path);
-    return disk_->openForWriting(path);
+    return disk_->openForAppending(path);
 }
 
 platform::Result<void> FakeFileManager::seek(platform::StreamHandle handle,
@@ -193,6 +203,27 @@ platform::StreamRead FakeFileManager::read(platform::StreamHandle handle, std::s
     journal_->add("files.read " + disk_->pathOf(handle) +
                   bytesText({buffer.data(), buffer.size()}));
     return disk_->read(handle, buffer);
+}
+
+platform::Result<void> FakeFileManager::truncate(platform::StreamHandle handle) {
+    journal_->add("files.truncate " + disk_->pathOf(handle));
+    return disk_->truncate(handle);
+}
+
+platform::Result<platform::FileIdentity> FakeFileManager::identity(platform::StreamHandle handle) {
+    tellQuery("identity", disk_->pathOf(handle));
+    return disk_->identity(handle);
+}
+
+platform::Result<void> FakeFileManager::removeEmpty(const Path& path,
+                                                    platform::StreamHandle handle) {
+    journal_->add("files.removeEmpty " + path);
+    return disk_->removeEmpty(path, handle);
+}
+
+bool FakeFileManager::endsInsideLine(platform::StreamHandle handle) {
+    tellQuery("endsInsideLine", disk_->pathOf(handle));
+    return disk_->endsInsideLine(handle);
 }
 
 void FakeFileManager::close(platform::StreamHandle handle) {

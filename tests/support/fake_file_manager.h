@@ -22,11 +22,12 @@ enum class JournalQueries : bool { no, yes };
 ///     files.setAttributes /a immutable=no permissions=755 creationDate=1.5 modificationDate=2
 ///     files.writeAtomically /a 12 bytes
 ///     files.open /a, files.seekToEnd /a, files.write /a 12 bytes, files.close /a
-///     files.openForReading /a, files.openTruncated /a, files.seek /a 65536, files.read /a 65536
-///     bytes
+///     files.openForReading /a, files.openTruncated /a, files.openNew /a, files.openExisting /a
+///     files.truncate /a, files.removeEmpty /a, files.seek /a 65536, files.read /a 65536 bytes
 /// and, when queries are asked for, files.exists, files.list, files.attributes,
-/// files.linkDestination, files.walk, files.checkEmptyFolders, files.isWritable and
-/// files.isExecutable with the path. Dates are seconds since the start of 1970.
+/// files.linkDestination, files.walk, files.checkEmptyFolders, files.isWritable,
+/// files.isExecutable, files.identity and files.endsInsideLine with the path. Dates are seconds
+/// since the start of 1970.
 class FakeFileManager : public platform::FileManager {
 public:
     FakeFileManager(std::shared_ptr<FakeDisk> disk, std::shared_ptr<Journal> journal,
@@ -51,12 +52,18 @@ public:
     platform::Result<void> writeAtomically(const Path& path, std::string_view content) override;
     platform::Result<platform::StreamHandle> openForReading(const Path& path) override;
     platform::Result<platform::StreamHandle> openTruncated(const Path& path) override;
-    platform::Result<platform::StreamHandle> openForWriting(const Path& path) override;
+    platform::Result<platform::StreamHandle> openNew(const Path& path) override;
+    platform::Result<platform::StreamHandle> openExisting(const Path& path) override;
+    platform::Result<platform::StreamHandle> openForAppending(const Path& path) override;
     platform::Result<void> seek(platform::StreamHandle handle, std::uint64_t position) override;
     platform::Result<std::uint64_t> seekToEnd(platform::StreamHandle handle) override;
     platform::Result<std::size_t> write(platform::StreamHandle handle,
                                         std::string_view bytes) override;
     platform::StreamRead read(platform::StreamHandle handle, std::span<char> buffer) override;
+    platform::Result<void> truncate(platform::StreamHandle handle) override;
+    platform::Result<platform::FileIdentity> identity(platform::StreamHandle handle) override;
+    platform::Result<void> removeEmpty(const Path& path, platform::StreamHandle handle) override;
+    bool endsInsideLine(platform::StreamHandle handle) override;
     void close(platform::StreamHandle handle) override;
 
 private:

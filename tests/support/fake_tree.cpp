@@ -34,6 +34,10 @@ void FakeItem::removeEntry(const std::string& name) {
     std::erase_if(entries, [&](const auto& each) { return each.first == name; });
 }
 
+platform::FileIdentity identityOf(const FakeItem& item) {
+    return {0, reinterpret_cast<std::uintptr_t>(&item)};
+}
+
 platform::Result<FakePlace> findPlace(const std::shared_ptr<FakeItem>& root, const Path& path,
                                       FinalLink finalLink) {
     if (!path.starts_with('/')) return errorFor(ENOENT);

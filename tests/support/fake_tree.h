@@ -36,6 +36,8 @@ struct FakeItem {
     void removeEntry(const std::string& name);
 };
 
+platform::FileIdentity identityOf(const FakeItem& item);
+
 /// Where a path leads: a name in a folder, and the item there, null when it is missing. The root
 /// has no folder.
 struct FakePlace {

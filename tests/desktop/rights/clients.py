@@ -1,5 +1,7 @@
 """What the tests of administrator rights share: passwords, programs that ask for the right, folders."""
 
+import ctypes
+import errno
 import glob
 import os
 import shutil
@@ -23,6 +25,7 @@ GRANTED, DENIED, CANCELLED, INTERNAL, TOOL_FAILED = 0, -60005, -60006, -60008, -
 PATIENCE = 60
 HOME = "/Users/" + USER
 NOTE = "/run/user/%d/note" % UID
+LIBC = ctypes.CDLL(None, use_errno=True)
 
 
 # What this script starts need not know them.
@@ -49,6 +52,21 @@ def wait_until(question, patience=PATIENCE):
         if time.monotonic() > deadline:
             raise AssertionError("it did not happen in time")
         time.sleep(0.01)
+
+
+def unmount(folder):
+    """Unmounts a volume once nobody holds anything of it. A process that ends closes its files later
+    than it ceases to show which program it ran."""
+    wait_until(lambda: _unmounts(folder))
+
+
+def _unmounts(folder):
+    if LIBC.umount(folder.encode()) == 0:
+        return True
+    number = ctypes.get_errno()
+    if number != errno.EBUSY:
+        raise OSError(number, os.strerror(number), folder)
+    return False
 
 
 class Client:

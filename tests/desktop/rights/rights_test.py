@@ -16,7 +16,7 @@ import sys
 import unittest
 
 from clients import ADMINISTRATOR, AGENT, CANCELLED, COLLEAGUE, DENIED, GRANTED, HELPER, HOME, \
-    INTERNAL, PASSWORDS, TOOL_FAILED, ServiceClient, WithAdministration, notes, processes, \
+    INTERNAL, PASSWORDS, TOOL_FAILED, ServiceClient, WithAdministration, notes, processes, unmount, \
     wait_until, with_agent
 from administration import Administration
 from session import UID, USER, as_user, in_session
@@ -186,7 +186,7 @@ class Session(WithAdministration):
         """A tree whose removal takes a while. Not on the world's own disk, which makes files slowly
         where many have just been removed."""
         subprocess.run(["mount", "-t", "tmpfs", "world", self.folder], check=True)
-        self.addCleanup(subprocess.run, ["umount", self.folder], check=True)
+        self.addCleanup(unmount, self.folder)
         tree = self.folder + "/big"
         for number in range(20):
             os.makedirs(f"{tree}/{number}")
@@ -326,7 +326,7 @@ class Gains(WithAdministration):
         os.mkdir(volume)
         subprocess.run(["mount", "-t", "tmpfs", "-o", "nosuid,nodev,mode=755", "volume", volume],
                        check=True)
-        self.addCleanup(subprocess.run, ["umount", volume], check=True)
+        self.addCleanup(unmount, volume)
         return volume
 
     @staticmethod

@@ -13,7 +13,7 @@ import sys
 import time
 import unittest
 
-from clients import ADMINISTRATOR, HELPER, PASSWORDS, PATIENCE, processes, wait_until
+from clients import ADMINISTRATOR, HELPER, PASSWORDS, PATIENCE, processes, unmount, wait_until
 import asking
 import facts
 import material
@@ -100,7 +100,7 @@ class Folders(Uninstall):
         place = SUPPORT + "/.volume"
         os.mkdir(place)
         subprocess.run(["mount", "-t", "tmpfs", "-o", "mode=755", "volume", place], check=True)
-        self.addCleanup(subprocess.run, ["umount", place], check=True)
+        self.addCleanup(unmount, place)
         os.mkdir(place + "/empty")
         self.check_survives(place)
 

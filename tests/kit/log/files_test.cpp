@@ -215,7 +215,7 @@ TEST_F(Files, ThatCannotBeWrittenAreTold) {
 }
 
 TEST_F(Files, ThatCannotBeOpenedAreNotTold) {
-    disk->failNext("openForWriting", kCurrent, errorFor(EACCES));
+    disk->failNext("openForAppending", kCurrent, errorFor(EACCES));
     EXPECT_EQ(failure(), "");
     EXPECT_EQ(disk->content(kCurrent), "");
 }

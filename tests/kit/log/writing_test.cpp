@@ -214,9 +214,52 @@ TEST_F(Writing, CountsTheWholeLinesBeforeTheOneThatFails) {
     const std::string content = disk->content(kCurrent);
     const std::size_t held = kPrefixLength + 5;
     EXPECT_THAT(undated(content.substr(0, held + 2 * line)), ElementsAre("held", "1st", "2nd"));
-    EXPECT_THAT(undated(content.substr(held + 2 * line + 5)), ElementsAre("4th"));
+    EXPECT_EQ(content[held + 2 * line + 5], '\n');
+    EXPECT_THAT(undated(content.substr(held + 2 * line + 6)), ElementsAre("4th"));
     EXPECT_EQ(log().bytesWritten(), held + 3 * line);
     EXPECT_EQ(log().bytesInQueue(), 3U);
+}
+
+TEST_F(Writing, BeginsANewLineOnceAFullDiskHasRoom) {
+    addCurrentLog();
+    log().setNoPrinting(true);
+    QVLog::appendLog("kept");
+    QVLog::finishWriting();
+    const std::size_t torn = disk->content(kCurrent).size() + 5;
+    disk->setMostBytes(kCurrent, torn);
+    QVLog::appendLog("torn");
+    QVLog::appendLog("lost");
+    QVLog::finishWriting();
+    EXPECT_EQ(disk->content(kCurrent).size(), torn);
+    disk->setMostBytes(kCurrent, torn + 1000);
+    QVLog::appendLog("whole");
+    const auto lines = messages();
+    ASSERT_EQ(lines.size(), 3U);
+    EXPECT_EQ(lines[0], "kept");
+    EXPECT_THAT(lines[1], StartsWith("BROKEN: "));
+    EXPECT_EQ(lines[2], "whole");
+    EXPECT_EQ(log().bytesWritten(), 2 * (kPrefixLength + 5) + 1);
+}
+
+TEST_F(Writing, LeavesNoEmptyLineWhereNothingIsTorn) {
+    addCurrentLog();
+    log().setNoPrinting(true);
+    QVLog::appendLog("kept");
+    QVLog::finishWriting();
+    const std::size_t full = disk->content(kCurrent).size();
+    disk->setMostBytes(kCurrent, full);
+    QVLog::appendLog("lost");
+    QVLog::finishWriting();
+    disk->setMostBytes(kCurrent, full + 1000);
+    QVLog::appendLog("whole");
+    EXPECT_THAT(messages(), ElementsAre("kept", "whole"));
+}
+
+TEST_F(Writing, BeginsANewLineBehindATornOneThatIsThere) {
+    disk->addFile(kCurrent, "torn");
+    QVLog::appendLog("whole");
+    EXPECT_THAT(messages(), ElementsAre("BROKEN: torn", "whole"));
+    EXPECT_EQ(log().bytesWritten(), kPrefixLength + 6);
 }
 
 TEST_F(Writing, GoesOnAfterAShortWrite) {

@@ -57,7 +57,7 @@ TEST_P(FileWritingContract, FailedWritingLeavesNothingBehind) {
 
 TEST_P(FileWritingContract, StreamsWriteFromTheStart) {
     world().addFile(path("file"), "0123456789");
-    const auto stream = files().openForWriting(path("file"));
+    const auto stream = files().openExisting(path("file"));
     ASSERT_TRUE(stream.ok());
     EXPECT_EQ(files().write(stream.value(), "abc").value(), 3U);
     EXPECT_EQ(files().write(stream.value(), "de").value(), 2U);
@@ -66,10 +66,37 @@ TEST_P(FileWritingContract, StreamsWriteFromTheStart) {
     EXPECT_EQ(world().content(path("file")), "abcde56789");
 }
 
+TEST_P(FileWritingContract, StreamsAppendWhoeverElseWritesThere) {
+    world().addFile(path("file"), "0123456789");
+    const auto one = files().openForAppending(path("file"));
+    const auto two = files().openForAppending(path("file"));
+    ASSERT_TRUE(one.ok() && two.ok());
+    EXPECT_EQ(files().write(one.value(), "a").value(), 1U);
+    EXPECT_EQ(files().write(two.value(), "b").value(), 1U);
+    EXPECT_TRUE(files().seek(one.value(), 0).ok());
+    EXPECT_EQ(files().write(one.value(), "c").value(), 1U);
+    files().close(one.value());
+    files().close(two.value());
+    EXPECT_EQ(world().content(path("file")), "0123456789abc");
+}
+
+TEST_P(FileWritingContract, StreamsKnowWhetherALineIsOpen) {
+    world().addFile(path("file"), "");
+    const auto stream = files().openForAppending(path("file"));
+    ASSERT_TRUE(stream.ok());
+    EXPECT_FALSE(files().endsInsideLine(stream.value()));
+    EXPECT_EQ(files().write(stream.value(), "line").value(), 4U);
+    EXPECT_TRUE(files().endsInsideLine(stream.value()));
+    EXPECT_EQ(files().write(stream.value(), "\n").value(), 1U);
+    EXPECT_FALSE(files().endsInsideLine(stream.value()));
+    files().close(stream.value());
+    EXPECT_FALSE(files().endsInsideLine(stream.value()));
+}
+
 TEST_P(FileWritingContract, StreamsAppendAfterSeekingToTheEnd) {
     world().addFile(path("file"), "0123456789");
     world().addLink(path("link"), "file");
-    const auto stream = files().openForWriting(path("link"));
+    const auto stream = files().openForAppending(path("link"));
     ASSERT_TRUE(stream.ok());
     EXPECT_EQ(files().seekToEnd(stream.value()).value(), 10U);
     EXPECT_EQ(files().write(stream.value(), "abc").value(), 3U);
@@ -80,7 +107,7 @@ TEST_P(FileWritingContract, StreamsAppendAfterSeekingToTheEnd) {
 
 TEST_P(FileWritingContract, StreamsOutliveTheirNames) {
     world().addFile(path("file"), "");
-    const auto stream = files().openForWriting(path("file"));
+    const auto stream = files().openForAppending(path("file"));
     ASSERT_TRUE(stream.ok());
     EXPECT_TRUE(files().moveItem(path("file"), path("moved")).ok());
     EXPECT_EQ(files().write(stream.value(), "text").value(), 4U);
@@ -123,6 +150,74 @@ TEST_P(FileWritingContract, TruncatedStreamsBeginEmptyAndReadWhatTheyWrote) {
     EXPECT_EQ(world().content(path("made")), "abcdeXY");
 }
 
+TEST_P(FileWritingContract, NewStreamsTakeTheirPlaceAlone) {
+    world().addFile(path("old"), "kept");
+    world().addFolder(path("folder"));
+    world().addLink(path("dangling"), "made");
+    for (const char* name : {"old", "folder", "dangling"})
+        EXPECT_EQ(files().openNew(path(name)).error().code, EEXIST) << name;
+    EXPECT_EQ(files().openNew(path("missing/file")).error().code, ENOENT);
+    const auto stream = files().openNew(path("new"));
+    ASSERT_TRUE(stream.ok());
+    EXPECT_EQ(files().write(stream.value(), "abc").value(), 3U);
+    EXPECT_TRUE(files().seek(stream.value(), 1).ok());
+    EXPECT_EQ(read(stream.value(), 4), "bc(end)");
+    files().close(stream.value());
+    EXPECT_EQ(files().openNew(path("new")).error().code, EEXIST);
+    EXPECT_EQ(world().content(path("old")), "kept");
+    EXPECT_FALSE(world().contains(path("made")));
+}
+
+TEST_P(FileWritingContract, ExistingFilesOpenWithTheirContent) {
+    world().addFile(path("file"), "0123456789");
+    world().addFolder(path("folder"));
+    world().addLink(path("link"), "file");
+    EXPECT_EQ(files().openExisting(path("missing")).error().code, ENOENT);
+    EXPECT_EQ(files().openExisting(path("folder")).error().code, EISDIR);
+    EXPECT_EQ(files().openExisting(path("link")).error().code, ELOOP);
+    const auto stream = files().openExisting(path("file"));
+    ASSERT_TRUE(stream.ok());
+    EXPECT_EQ(files().write(stream.value(), "abc").value(), 3U);
+    EXPECT_EQ(read(stream.value(), 3), "345");
+    EXPECT_EQ(world().content(path("file")), "abc3456789");
+    EXPECT_TRUE(files().truncate(stream.value()).ok());
+    EXPECT_EQ(files().write(stream.value(), "xy").value(), 2U);
+    files().close(stream.value());
+    EXPECT_EQ(world().content(path("file")), "xy");
+}
+
+TEST_P(FileWritingContract, StreamsKnowTheirFiles) {
+    world().addFile(path("file"), "");
+    world().addFile(path("other"), "");
+    world().addLink(path("link"), "file");
+    const auto stream = files().openForReading(path("link"));
+    ASSERT_TRUE(stream.ok());
+    const platform::FileIdentity identity = files().identity(stream.value()).value();
+    EXPECT_EQ(identity, files().existence(path("file")).identity);
+    EXPECT_NE(identity, files().existence(path("other")).identity);
+    EXPECT_TRUE(files().moveItem(path("file"), path("moved")).ok());
+    EXPECT_EQ(files().identity(stream.value()).value(), identity);
+    files().close(stream.value());
+    EXPECT_EQ(files().identity(stream.value()).error().code, EBADF);
+}
+
+TEST_P(FileWritingContract, OnlyTheEmptyFileOfAStreamIsRemoved) {
+    const auto stream = files().openNew(path("made"));
+    ASSERT_TRUE(stream.ok());
+    world().addFile(path("other"), "");
+    world().addLink(path("link"), "made");
+    for (const char* name : {"other", "link"})
+        EXPECT_EQ(files().removeEmpty(path(name), stream.value()).error().code, ESTALE) << name;
+    EXPECT_EQ(files().write(stream.value(), "abc").value(), 3U);
+    EXPECT_EQ(files().removeEmpty(path("made"), stream.value()).error().code, ESTALE);
+    EXPECT_TRUE(files().truncate(stream.value()).ok());
+    EXPECT_TRUE(files().removeEmpty(path("made"), stream.value()).ok());
+    EXPECT_EQ(files().removeEmpty(path("made"), stream.value()).error().code, ENOENT);
+    files().close(stream.value());
+    EXPECT_THAT(files().contentsOfDirectory(path("")).value(),
+                UnorderedElementsAre("other", "link"));
+}
+
 TEST_P(FileWritingContract, StreamsWriteBehindTheEnd) {
     const auto stream = files().openTruncated(path("file"));
     ASSERT_TRUE(stream.ok());
@@ -147,14 +242,14 @@ TEST_P(FileWritingContract, FoldersOpenForReadingButCannotBeRead) {
 
 TEST_P(FileWritingContract, OpeningCreatesNothing) {
     world().addFolder(path("folder"));
-    EXPECT_EQ(files().openForWriting(path("missing")).error().code, ENOENT);
-    EXPECT_EQ(files().openForWriting(path("folder")).error().code, EISDIR);
+    EXPECT_EQ(files().openForAppending(path("missing")).error().code, ENOENT);
+    EXPECT_EQ(files().openForAppending(path("folder")).error().code, EISDIR);
     EXPECT_FALSE(world().contains(path("missing")));
 }
 
 TEST_P(FileWritingContract, ClosedStreamsAreBadDescriptors) {
     world().addFile(path("file"), "");
-    const auto stream = files().openForWriting(path("file"));
+    const auto stream = files().openForAppending(path("file"));
     ASSERT_TRUE(stream.ok());
     files().close(stream.value());
     EXPECT_EQ(files().write(stream.value(), "text").error().code, EBADF);

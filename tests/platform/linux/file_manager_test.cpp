@@ -58,17 +58,19 @@ TEST_F(LinuxFileManager, NeverWaitsForAFifo) {
     EXPECT_TRUE(files_->setAttributes(fifo, {.immutable = false}).ok());
     EXPECT_EQ(files_->setAttributes(fifo, {.immutable = true}).error().code, EOPNOTSUPP);
     EXPECT_EQ(files_->contentsOfDirectory(fifo).error().code, ENOTDIR);
-    EXPECT_EQ(files_->openForWriting(fifo).error().code, ENXIO);
+    EXPECT_EQ(files_->openForAppending(fifo).error().code, ENXIO);
     EXPECT_EQ(files_->openForReading(fifo).error().code, ENXIO);
     EXPECT_EQ(files_->openTruncated(fifo).error().code, ENXIO);
+    EXPECT_EQ(files_->openExisting(fifo).error().code, ENXIO);
+    EXPECT_EQ(files_->openExisting("/dev/null").error().code, ENXIO);
     const Descriptor reader(open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    EXPECT_EQ(files_->openForWriting(fifo).error().code, ENXIO);
+    EXPECT_EQ(files_->openForAppending(fifo).error().code, ENXIO);
     EXPECT_TRUE(files_->writeAtomically(fifo, "content").ok());
     EXPECT_EQ(contentOf(fifo), "content");
 }
 
 TEST_F(LinuxFileManager, HandlesAreDescriptorsThatChildrenDoNotInherit) {
-    const auto stream = files_->openForWriting(scratch_.addFile("file"));
+    const auto stream = files_->openForAppending(scratch_.addFile("file"));
     ASSERT_TRUE(stream.ok());
     const int descriptor = static_cast<int>(stream.value());
     EXPECT_EQ(fcntl(descriptor, F_GETFD), FD_CLOEXEC);
@@ -122,7 +124,7 @@ TEST_F(LinuxFileManager, FullDisksKeepTheOldFile) {
         EXPECT_EQ(files_->writeAtomically(file, tooLong).error().text, "No space left on device");
         EXPECT_EQ(contentOf(file), "kept");
         EXPECT_THAT(names(""), ElementsAre("file"));
-        const auto stream = files_->openForWriting(file);
+        const auto stream = files_->openForAppending(file);
         ASSERT_TRUE(stream.ok());
         const auto written = files_->write(stream.value(), tooLong);
         ASSERT_TRUE(written.ok());
@@ -145,7 +147,7 @@ TEST_F(LinuxFileManager, ReadOnlyVolumesStayAsTheyAre) {
         EXPECT_EQ(files_->createDirectories(scratch_ / "new").error().code, EROFS);
         EXPECT_TRUE(files_->createDirectories(scratch_ / "folder").ok());
         EXPECT_EQ(files_->writeAtomically(file, "new").error().code, EROFS);
-        EXPECT_EQ(files_->openForWriting(file).error().code, EROFS);
+        EXPECT_EQ(files_->openForAppending(file).error().code, EROFS);
         EXPECT_FALSE(files_->isWritable(file));
         EXPECT_TRUE(files_->setAttributes(file, {.immutable = false}).ok());
         EXPECT_TRUE(files_->setAttributes(file, {.posixPermissions = permissions}).ok());
