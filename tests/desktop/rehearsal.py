@@ -74,6 +74,8 @@ class Rehearsal:
             self.problems += tools.problems(asked_to_quit=options is not None)
             if options is not None:
                 self._check_names_asked_to_quit()
+            if self.wanted.refuse and len(asking.answers()) != 1:
+                self.problems.append(f"{len(asking.answers())} questions for a password, not one")
             if self.wanted.restore:
                 self.problems += restoring.problems(outcome)
         finally:
@@ -95,6 +97,8 @@ class Rehearsal:
     def _told_of_rights(self, outcome):
         if not self.wanted.rights:
             return ""
+        if self.wanted.refuse:
+            return f", questions for a password: {len(asking.answers())}, all refused"
         granted = asking.answers().count("granted")
         moved = sum(1 for item, state in outcome.state.items()
                     if item.machine_wide and state == "trashed")
