@@ -74,8 +74,8 @@ class Rehearsal:
             self.problems += tools.problems(asked_to_quit=options is not None)
             if options is not None:
                 self._check_names_asked_to_quit()
-            if self.wanted.refuse and len(asking.answers()) != 1:
-                self.problems.append(f"{len(asking.answers())} questions for a password, not one")
+            if self.wanted.refuse and asking.answers() != ["cancelled"]:
+                self.problems.append(f"the user was asked {len(asking.answers())} times, not once")
             if self.wanted.restore:
                 self.problems += restoring.problems(outcome)
         finally:
