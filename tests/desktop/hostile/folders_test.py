@@ -103,7 +103,7 @@ class Shapes(world.WithAdministration):
                 self.check(valuables, name)
 
     def test_folder_of_the_users_that_the_user_may_not_list(self):
-        for place in (USERS_SUPPORT, USERS_SUPPORT + "/one"):
+        for place in (USERS_SUPPORT, SUITE, SUITE + "/one"):
             with self.subTest(place):
                 self.setUp()
                 lock(os.path.dirname(full_folder(place)), 0o300, UID)
