@@ -1,6 +1,12 @@
-// The whole uninstall without windows, both options on: what the benchmark measures.
+// uninstall_sequence [--without-shared] [--without-config]
+//
+// The whole uninstall without windows, both options on unless told otherwise: what the benchmark
+// measures, and what tests of outcomes run many times.
 
+#include <algorithm>
 #include <memory>
+#include <span>
+#include <string_view>
 
 #include "app/AppController.h"
 #include "platform/Application.h"
@@ -12,7 +18,11 @@ namespace {
 using namespace quorvane;
 
 struct Ticked : platform::CheckBox {
-    int state() const override { return kOn; }
+    explicit Ticked(bool on = true) : on_(on) {}
+    int state() const override { return on_ ? kOn : 0; }
+
+private:
+    bool on_;
 };
 
 struct NoWindow : platform::Window {
@@ -44,16 +54,21 @@ struct NoScreen : platform::Application {
 
 } // namespace
 
-int main() {
-    const platform::Services services =
-        platform::linux_::makeServices(std::make_shared<NoScreen>());
-    platform::installServices(&services);
+int main(int argc, char** argv) {
+    const std::span<char*> words(argv, static_cast<std::size_t>(argc));
+    const auto ticked = [words](std::string_view without) {
+        return std::make_shared<Ticked>(std::ranges::find(words, without) == words.end());
+    };
+    // Never destroyed: the log's thread uses them to the very end of the process.
+    const auto* const services =
+        new platform::Services(platform::linux_::makeServices(std::make_shared<NoScreen>()));
+    platform::installServices(services);
     const auto window = std::make_shared<NoWindow>();
     const brightkeel::UninstallerServices uninstallerServices;
     brightkeel::AppController controller(uninstallerServices);
     controller.setOutlets({.windowMain = window,
-                           .removeSharedCheck = std::make_shared<Ticked>(),
-                           .removeConfigCheck = std::make_shared<Ticked>(),
+                           .removeSharedCheck = ticked("--without-shared"),
+                           .removeConfigCheck = ticked("--without-config"),
                            .windowProgress = window,
                            .progressBar = nullptr});
     controller.beginUninstall();

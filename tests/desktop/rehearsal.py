@@ -97,6 +97,8 @@ class Rehearsal:
     def _told_of_rights(self, outcome):
         if not self.wanted.rights:
             return ""
+        if self.wanted.refuse:
+            return f", questions for a password: {len(asking.answers())}, all refused"
         granted = asking.answers().count("granted")
         moved = sum(1 for item, state in outcome.state.items()
                     if item.machine_wide and state == "trashed")

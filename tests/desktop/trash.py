@@ -24,19 +24,26 @@ def drop_infos_without_item():
     return dropped
 
 
-def contents():
-    """Where each item in the Trash came from: original path to path in the Trash. Raises ValueError
-    for an entry that a file manager could not put back."""
-    found = {}
-    if not os.path.isdir(INFOS):
-        return found
-    for name in sorted(os.listdir(INFOS)):
-        with open(f"{INFOS}/{name}", "rb") as file:
+def records(trash=TRASH, top="/", known=()):
+    """Where each item in a Trash came from: pairs of its original path and its path in the Trash.
+    `top` is the top folder of its volume; info files that are `known` are passed over. Raises
+    ValueError for an entry that a file manager could not put back."""
+    if not os.path.isdir(trash + "/info"):
+        return
+    for name in sorted(os.listdir(trash + "/info")):
+        if f"{trash}/info/{name}" in known:
+            continue
+        with open(f"{trash}/info/{name}", "rb") as file:
             info = _INFO.fullmatch(file.read())
-        item = _item(name)
+        item = f"{trash}/files/{name.removesuffix('.trashinfo')}"
         if not info or not name.endswith(".trashinfo"):
             raise ValueError(f"not a Trash info file: {name!a}")
         if not os.path.lexists(item):
             raise ValueError(f"a Trash info file without its item: {name!a}")
-        found[os.fsdecode(urllib.parse.unquote_to_bytes(info[1]))] = item
-    return found
+        original = os.fsdecode(urllib.parse.unquote_to_bytes(info[1]))
+        yield os.path.join(top, original), item
+
+
+def contents():
+    """The records of the user's Trash: original path to path in the Trash."""
+    return dict(records())
