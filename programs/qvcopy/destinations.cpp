@@ -5,7 +5,7 @@
 #include <system_error>
 #include <utility>
 
-#include "programs/forwarding_files.h"
+#include "kit/files/forwarding_file_manager.h"
 #include "programs/program.h"
 
 namespace quorvane::programs::qvcopy {
@@ -20,13 +20,13 @@ platform::Error errorFor(int code) { return {code, std::generic_category().messa
 } // namespace
 
 /// The kit's way to the destinations.
-class Destinations::Files : public ForwardingFiles {
+class Destinations::Files : public ForwardingFileManager {
 public:
     Files(std::unique_ptr<platform::FileManager> next, Destinations& destinations)
-        : ForwardingFiles(std::move(next)), destinations_(destinations) {}
+        : ForwardingFileManager(std::move(next)), destinations_(destinations) {}
 
     Result<StreamHandle> openForReading(const Path& path) override {
-        Result<StreamHandle> opened = ForwardingFiles::openForReading(path);
+        Result<StreamHandle> opened = ForwardingFileManager::openForReading(path);
         if (opened) destinations_.sources_.insert(opened.value());
         return opened;
     }
@@ -36,10 +36,10 @@ public:
     /// A link that stands at a destination now was put there meanwhile.
     Result<Path> linkDestination(const Path& path) override {
         if (destinations_.find(path) != nullptr) return errorFor(EINVAL);
-        return ForwardingFiles::linkDestination(path);
+        return ForwardingFileManager::linkDestination(path);
     }
     void close(StreamHandle handle) override {
-        ForwardingFiles::close(handle);
+        ForwardingFileManager::close(handle);
         destinations_.noteClosed(handle);
     }
 

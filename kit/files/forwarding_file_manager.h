@@ -1,4 +1,4 @@
-// A file manager for what differs a little from another.
+// A file manager that differs a little from another.
 #pragma once
 
 #include <memory>
@@ -6,16 +6,16 @@
 
 #include "platform/FileManager.h"
 
-namespace quorvane::programs {
+namespace quorvane {
 
 /// Does what the next one does; a class derived from it does some of it in its own way.
-class ForwardingFiles : public platform::FileManager {
+class ForwardingFileManager : public platform::FileManager {
 public:
     using Handle = platform::StreamHandle;
     template <class T>
     using Result = platform::Result<T>;
 
-    explicit ForwardingFiles(std::unique_ptr<platform::FileManager> next)
+    explicit ForwardingFileManager(std::unique_ptr<platform::FileManager> next)
         : next_(std::move(next)) {}
 
     platform::Existence existence(const Path& path) override { return next_->existence(path); }
@@ -28,6 +28,12 @@ public:
         return next_->walkTree(folder, sizes, visitor);
     }
     Result<void> removeItem(const Path& path) override { return next_->removeItem(path); }
+    Result<void> checkEmptyFolders(const Path& path) override {
+        return next_->checkEmptyFolders(path);
+    }
+    Result<void> removeEmptyFolders(const Path& path) override {
+        return next_->removeEmptyFolders(path);
+    }
     Result<void> copyItem(const Path& source, const Path& destination) override {
         return next_->copyItem(source, destination);
     }
@@ -80,4 +86,4 @@ private:
     std::unique_ptr<platform::FileManager> next_;
 };
 
-} // namespace quorvane::programs
+} // namespace quorvane
