@@ -45,11 +45,14 @@ void AppController::endProgress() {
     application.terminate();
 }
 
-void AppController::trashFile(const MaybePath& item) {
+void AppController::trashFile(const MaybePath& item, ShouldAuth shouldAuth) {
     if (!item || isOffLimits(*item)) return;
     const auto files = platform::services().makeFileManager();
     if (!files->existence(*item).exists) return;
-    QVFileManager::trashFile(item, kTrashTimeout);
+    if (shouldAuth == ShouldAuth::yes)
+        QVFileManager::trashFile(item, kTrashTimeout);
+    else
+        QVFileManager::trashFile(item, ShouldAuth::no);
 }
 
 } // namespace brightkeel

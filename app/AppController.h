@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "kit/files/QVFileManager.h"
 #include "platform/Application.h"
 #include "platform/Values.h"
 
@@ -41,7 +42,10 @@ public:
     /// `trashFile:`: moves an item to the Trash and waits until it is gone, for at most 10 seconds.
     /// Leaves alone: null, items directly inside a folder named Release, items of a build tree
     /// ("/Structure/Applications/"), whatever begins like the Trash's path, and absent items.
-    void trashFile(const quorvane::MaybePath& item);
+    /// Without `shouldAuth`, nobody is asked for administrator rights: what cannot be moved without
+    /// them stays.
+    void trashFile(const quorvane::MaybePath& item,
+                   quorvane::ShouldAuth shouldAuth = quorvane::ShouldAuth::yes);
 
 private:
     Outlets outlets_;

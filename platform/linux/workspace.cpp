@@ -8,6 +8,7 @@
 #include "platform/linux/posix.h"
 #include "platform/linux/presentation/application_registry.h"
 #include "platform/linux/presentation/change_notices.h"
+#include "platform/linux/superusers_places.h"
 #include "platform/linux/trash_owner.h"
 #include "platform/linux/volumes.h"
 
@@ -34,6 +35,8 @@ MaybePath LinuxWorkspace::bundlePath(const std::string& identifier) {
     return folders ? findBundle(folders->home + "/Applications", identifier, *propertyLists_)
                    : std::nullopt;
 }
+
+bool LinuxWorkspace::isSuperusersPlace(const Path& path) { return linux_::isSuperusersPlace(path); }
 
 std::vector<Path> LinuxWorkspace::mountedLocalVolumes() { return localVolumes(); }
 

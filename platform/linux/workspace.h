@@ -28,6 +28,7 @@ public:
     /// A registered bundle that still stands, else the first with the identifier in /Applications
     /// and ~/Applications.
     MaybePath bundlePath(const std::string& identifier) override;
+    bool isSuperusersPlace(const Path& path) override;
     std::vector<Path> mountedLocalVolumes() override;
     bool isFilePackage(const Path& path) override;
     void noteFileSystemChanged(const Path& path) override;

@@ -78,5 +78,18 @@ TEST_F(Controller, WaitsTenSecondsForAnItemThatARightMoves) {
     EXPECT_NEAR(system.application->eventsAskedFor(), 1000, 2); // slices of 0.01 s
 }
 
+TEST_F(Controller, MovesWithoutRightsWhereItMustNotUseThem) {
+    system.disk->addFile("/d/a");
+    system.disk->addFile("/bin/mv");
+    controller.trashFile("/d/a", ShouldAuth::no);
+    EXPECT_FALSE(system.disk->contains("/d/a"));
+    EXPECT_TRUE(keeps("/d/Release/a"));
+    system.disk->failAlways("recycle", "/d/b", {13, "Permission denied"});
+    system.disk->addFile("/d/b");
+    controller.trashFile("/d/b", ShouldAuth::no);
+    EXPECT_TRUE(system.disk->contains("/d/b"));
+    EXPECT_THAT(system.journal->entries("authorization."), IsEmpty());
+}
+
 } // namespace
 } // namespace brightkeel

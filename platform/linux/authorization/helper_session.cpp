@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/linux/authorization/link_free_path.h"
+#include "platform/linux/plain_path.h"
 
 namespace quorvane::platform::linux_ {
 namespace {

@@ -17,6 +17,8 @@ public:
     virtual platform::Workspace& workspace() = 0;
     /// An empty folder in which a test works.
     virtual Path folder() = 0;
+    /// A folder that the superuser alone can change.
+    virtual Path superusersFolder() = 0;
     /// Where callers expect recycled items.
     virtual Path trash() = 0;
 
@@ -95,6 +97,17 @@ TYPED_TEST_P(WorkspaceContract, BundlesAreFoundByIdentifier) {
     EXPECT_EQ(this->workspace.bundlePath(""), std::nullopt);
 }
 
+TYPED_TEST_P(WorkspaceContract, PlacesOfTheSuperuserAreNamedPlainlyAndReachedWithoutLinks) {
+    const Path place = this->world.superusersFolder();
+    EXPECT_TRUE(this->workspace.isSuperusersPlace(place + "/A.app"));
+    for (const Path& path : {this->folder + "/A.app", this->folder + "/.." + place + "/A.app",
+                             place + "/./A.app", place + "//A.app", place + "/A.app/",
+                             place + "/..", place.substr(1) + "/A.app", Path("/"), Path()})
+        EXPECT_FALSE(this->workspace.isSuperusersPlace(path)) << path;
+    this->world.addLink(this->folder + "/link", place);
+    EXPECT_FALSE(this->workspace.isSuperusersPlace(this->folder + "/link/A.app"));
+}
+
 TYPED_TEST_P(WorkspaceContract, PackagesAreFoldersWithABundlesExtension) {
     for (const char* name : {"A.app", "b.bundle", "c.prefPane", "d.kext", "e.plugin", "f.pkg"}) {
         this->world.addFolder(this->folder + "/" + name);
@@ -114,7 +127,8 @@ TYPED_TEST_P(WorkspaceContract, NotingAChangeNeedsNoItem) {
 
 REGISTER_TYPED_TEST_SUITE_P(WorkspaceContract, RecycledItemsAreInTheTrash, ALinkIsRecycledItself,
                             ATakenNameLosesNothing, RecyclingStopsAtTheFirstFailure,
-                            BundlesAreFoundByIdentifier, PackagesAreFoldersWithABundlesExtension,
-                            NotingAChangeNeedsNoItem);
+                            BundlesAreFoundByIdentifier,
+                            PlacesOfTheSuperuserAreNamedPlainlyAndReachedWithoutLinks,
+                            PackagesAreFoldersWithABundlesExtension, NotingAChangeNeedsNoItem);
 
 } // namespace quorvane::testing
