@@ -8,6 +8,7 @@
 #include "platform/FileManager.h"
 #include "platform/Queues.h"
 #include "platform/Services.h"
+#include "platform/Workspace.h"
 
 namespace brightkeel {
 namespace {
@@ -23,7 +24,10 @@ bool isOffLimits(const Path& item) {
     // Plain text without a final slash: a neighbour whose name begins like the Trash's is left
     // alone too, and users rely on nothing beside their Trash being moved.
     const MaybePath trash = QVLocalPaths::trashDirectory();
-    return trash && item.starts_with(*trash);
+    if (trash && item.starts_with(*trash)) return true;
+    // The Trash has other paths, too, and volumes have their own: what is in one is on record as it
+    // lies there.
+    return platform::services().workspace->isInTrash(item);
 }
 
 } // namespace

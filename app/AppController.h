@@ -41,7 +41,8 @@ public:
 
     /// `trashFile:`: moves an item to the Trash and waits until it is gone, for at most 10 seconds.
     /// Leaves alone: null, items directly inside a folder named Release, items of a build tree
-    /// ("/Structure/Applications/"), whatever begins like the Trash's path, and absent items.
+    /// ("/Structure/Applications/"), whatever begins like the Trash's path or is in a Trash by
+    /// any path, and absent items.
     /// Without `shouldAuth`, nobody is asked for administrator rights: what cannot be moved without
     /// them stays.
     void trashFile(const quorvane::MaybePath& item,

@@ -9,6 +9,8 @@
 
 #include <sys/stat.h>
 
+#include "platform/linux/mounts.h"
+
 namespace quorvane::platform::linux_ {
 namespace {
 
@@ -38,23 +40,6 @@ std::vector<std::string> typesWithoutDevice(std::string_view fileSystems) {
     return types;
 }
 
-bool isOctal(char c) { return c >= '0' && c <= '7'; }
-
-/// White space and backslashes are written as a backslash and three octal digits.
-Path unescaped(std::string_view text) {
-    Path path;
-    while (!text.empty()) {
-        const bool escaped = text.size() >= 4 && text[0] == '\\' &&
-                             std::all_of(text.begin() + 1, text.begin() + 4, isOctal);
-        path +=
-            escaped
-                ? static_cast<char>((text[1] - '0') * 64 + (text[2] - '0') * 8 + (text[3] - '0'))
-                : text[0];
-        text.remove_prefix(escaped ? 4 : 1);
-    }
-    return path;
-}
-
 bool isFolder(const Path& path) {
     struct stat status {};
     return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
@@ -63,21 +48,15 @@ bool isFolder(const Path& path) {
 } // namespace
 
 std::vector<Path> localVolumesIn(std::string_view mounts, std::string_view fileSystems) {
-    constexpr std::size_t kMountPoint = 4; // after two numbers, the device's and the root's name
     const std::vector<std::string> withoutDevice = typesWithoutDevice(fileSystems);
     std::vector<Path> volumes;
-    for (const std::string& line : split(mounts, '\n')) {
-        const std::vector<std::string> words = split(line, ' ');
-        const auto separator = std::ranges::find(words, "-");
-        if (words.size() <= kMountPoint || words.end() - separator < 2) continue;
-        const std::string& wholeType = *(separator + 1);
-        const std::string type = wholeType.substr(0, wholeType.find('.')); // "fuse.sshfs"
+    for (const Mount& mount : mountsIn(mounts)) {
+        const std::string type = mount.type.substr(0, mount.type.find('.')); // "fuse.sshfs"
         if (std::ranges::find(withoutDevice, type) != withoutDevice.end() &&
             std::ranges::find(kLocalWithoutDevice, type) == kLocalWithoutDevice.end())
             continue;
-        Path volume = unescaped(words[kMountPoint]);
-        if (std::ranges::find(volumes, volume) == volumes.end())
-            volumes.push_back(std::move(volume));
+        if (std::ranges::find(volumes, mount.point) == volumes.end())
+            volumes.push_back(mount.point);
     }
     return volumes;
 }

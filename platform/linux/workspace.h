@@ -25,6 +25,7 @@ public:
 
     Result<void> recycle(const Path& sourceFolder, const Path& destinationFolder,
                          const std::vector<std::string>& names) override;
+    bool isInTrash(const Path& path) override;
     /// A registered bundle that still stands, else the first with the identifier in /Applications
     /// and ~/Applications.
     MaybePath bundlePath(const std::string& identifier) override;

@@ -61,6 +61,20 @@ TEST_F(Controller, LeavesWhateverBeginsLikeTheTrash) {
     EXPECT_FALSE(keeps("/Users/anna/.trash/x"));
 }
 
+TEST_F(Controller, LeavesWhateverIsInATrash) {
+    system.workspace->trashes = {"/Users/anna/.local/share/Trash/files", "/Volumes/w/.Trash-501"};
+    EXPECT_TRUE(keeps("/Users/anna/.local/share/Trash/files/x"));
+    EXPECT_TRUE(keeps("/Users/anna//.local/share/Trash/files/folder/x"));
+    EXPECT_TRUE(keeps("/Volumes/w/.Trash-501/files/x"));
+    system.disk->addLink("/link", "/Users/anna/.local/share/Trash/files");
+    EXPECT_TRUE(keeps("/link/x"));
+    EXPECT_FALSE(keeps("/Users/anna/.local/share/x"));
+    system.disk->addLink("/Users/anna/y", "/link/x");
+    controller.trashFile("/Users/anna/y");
+    EXPECT_FALSE(system.disk->contains("/Users/anna/y"));
+    EXPECT_TRUE(system.disk->contains("/link/x"));
+}
+
 TEST_F(Controller, IgnoresNullAndAbsentItems) {
     controller.trashFile(std::nullopt);
     controller.trashFile("");

@@ -54,6 +54,11 @@ platform::Result<void> FakeWorkspace::recycle(const Path& sourceFolder,
     return {};
 }
 
+bool FakeWorkspace::isInTrash(const Path& path) {
+    return std::ranges::any_of(trashes,
+                               [&](const Path& trash) { return disk_->isBelow(path, trash); });
+}
+
 MaybePath FakeWorkspace::bundlePath(const std::string& identifier) {
     const std::lock_guard lock(mutex_);
     const auto found = bundles_.find(identifier);

@@ -87,6 +87,25 @@ TYPED_TEST_P(WorkspaceContract, RecyclingStopsAtTheFirstFailure) {
     EXPECT_TRUE(this->world.contains(this->folder + "/c"));
 }
 
+TYPED_TEST_P(WorkspaceContract, ItemsInTheTrashAreKnownByAnyPath) {
+    this->world.addFile(this->folder + "/b/inner", "x");
+    this->world.addFile(this->folder + "/kept/inner", "x");
+    EXPECT_FALSE(this->workspace.isInTrash(this->folder + "/b"));
+    EXPECT_TRUE(this->workspace.recycle(this->folder, this->world.trash(), {"b"}));
+    const Path trashed = this->world.trash() + "/b";
+    for (const Path& path : {trashed, trashed + "/", trashed + "/inner",
+                             this->world.trash() + "//./b", trashed + "/missing"})
+        EXPECT_TRUE(this->workspace.isInTrash(path)) << path;
+    this->world.addLink(this->folder + "/link", trashed);
+    EXPECT_TRUE(this->workspace.isInTrash(this->folder + "/link/inner"));
+    EXPECT_FALSE(this->workspace.isInTrash(this->folder + "/link"));
+    this->world.addLink(trashed + "/out", this->folder + "/kept");
+    EXPECT_TRUE(this->workspace.isInTrash(trashed + "/out"));
+    EXPECT_FALSE(this->workspace.isInTrash(trashed + "/out/inner"));
+    for (const Path& path : {this->world.trash(), this->folder + "/kept", Path("/"), Path()})
+        EXPECT_FALSE(this->workspace.isInTrash(path)) << path;
+}
+
 TYPED_TEST_P(WorkspaceContract, BundlesAreFoundByIdentifier) {
     const Path bundle = this->folder + "/Stage Tidy.app";
     this->world.addFolder(bundle);
@@ -127,7 +146,7 @@ TYPED_TEST_P(WorkspaceContract, NotingAChangeNeedsNoItem) {
 
 REGISTER_TYPED_TEST_SUITE_P(WorkspaceContract, RecycledItemsAreInTheTrash, ALinkIsRecycledItself,
                             ATakenNameLosesNothing, RecyclingStopsAtTheFirstFailure,
-                            BundlesAreFoundByIdentifier,
+                            ItemsInTheTrashAreKnownByAnyPath, BundlesAreFoundByIdentifier,
                             PlacesOfTheSuperuserAreNamedPlainlyAndReachedWithoutLinks,
                             PackagesAreFoldersWithABundlesExtension, NotingAChangeNeedsNoItem);
 
