@@ -45,8 +45,9 @@ struct NoScreen : platform::Application {
 } // namespace
 
 int main() {
-    const platform::Services services =
-        platform::linux_::makeServices(std::make_shared<NoScreen>());
+    // Threads that still write to the log use them to the very end of the process.
+    static const auto& services =
+        *new platform::Services(platform::linux_::makeServices(std::make_shared<NoScreen>()));
     platform::installServices(&services);
     const auto window = std::make_shared<NoWindow>();
     brightkeel::AppController controller;
