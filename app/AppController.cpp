@@ -9,6 +9,7 @@
 #include "platform/FileManager.h"
 #include "platform/Queues.h"
 #include "platform/Services.h"
+#include "platform/Workspace.h"
 
 namespace brightkeel {
 namespace {
@@ -24,7 +25,10 @@ bool isOffLimits(const Path& item) {
     // Plain text without a final slash: a neighbour whose name begins like the Trash's is left
     // alone too, and users rely on nothing beside their Trash being moved.
     const MaybePath trash = QVLocalPaths::trashDirectory();
-    return trash && item.starts_with(*trash);
+    if (trash && item.starts_with(*trash)) return true;
+    // The Trash has other paths, too, and volumes have their own: what is in one is on record as it
+    // lies there.
+    return platform::services().workspace->isInTrash(item);
 }
 
 } // namespace
@@ -46,13 +50,14 @@ void AppController::endProgress() {
     application.terminate();
 }
 
-void AppController::trashFile(const MaybePath& item) {
+void AppController::trashFile(const MaybePath& item, ShouldAuth shouldAuth) {
     if (!item || isOffLimits(*item)) return;
     const auto files = platform::services().makeFileManager();
     if (!files->existence(*item).exists) return;
     reasons_->clear();
-    if (!QVFileManager::trashFile(item, kTrashTimeout))
-        reportFailure("Unable to move %@ to the Trash: %@", *item, reasons_->text());
+    const bool moved = shouldAuth == ShouldAuth::yes ? QVFileManager::trashFile(item, kTrashTimeout)
+                                                     : QVFileManager::trashFile(item, shouldAuth);
+    if (!moved) reportFailure("Unable to move %@ to the Trash: %@", *item, reasons_->text());
 }
 
 } // namespace brightkeel

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "app/services/uninstaller_services.h"
+#include "kit/files/QVFileManager.h"
 #include "platform/Application.h"
 #include "platform/Values.h"
 
@@ -46,9 +47,12 @@ public:
 
     /// `trashFile:`: moves an item to the Trash and waits until it is gone, for at most 10 seconds.
     /// Leaves alone: null, items directly inside a folder named Release, items of a build tree
-    /// ("/Structure/Applications/"), whatever begins like the Trash's path, and absent items. The
-    /// console log tells of an item that did not go.
-    void trashFile(const quorvane::MaybePath& item);
+    /// ("/Structure/Applications/"), whatever begins like the Trash's path or is in a Trash by
+    /// any path, and absent items. The console log tells of an item that did not go.
+    /// Without `shouldAuth`, nobody is asked for administrator rights: what cannot be moved without
+    /// them stays.
+    void trashFile(const quorvane::MaybePath& item,
+                   quorvane::ShouldAuth shouldAuth = quorvane::ShouldAuth::yes);
 
 private:
     std::shared_ptr<FailureReasons> reasons_;

@@ -31,8 +31,8 @@ WindowDescription mainWindow(AppController& controller) {
         .elements =
             {IconElement{}, TextElement{"Uninstall Brightkeel", TextElement::Style::heading},
              TextElement{"The Brightkeel suite moves to your Trash: its tools, support files, "
-                         "caches and installation receipts. Nothing is deleted, so you can put "
-                         "items back from the Trash."},
+                         "caches, launch agents and installation receipts. Nothing is deleted, so "
+                         "you can put items back from the Trash."},
              TextElement{"Save your work first: all running Quorvane tools will quit."},
              CheckBoxElement{
                  kRemoveSharedCheck, "Also remove &shared applications and resources",
@@ -42,7 +42,8 @@ WindowDescription mainWindow(AppController& controller) {
                              "The settings of every tool that is removed. If you install "
                              "Brightkeel again, its tools start with fresh settings."},
              TextElement{"You may be asked for an administrator’s password, once, to move items "
-                         "that all users of this computer share.",
+                         "that all users of this computer share. An administrator also puts these "
+                         "back, or empties them from the Trash.",
                          TextElement::Style::note},
              mainButtons(controller)},
         .closeAction = [&controller] { controller.cancel(); },

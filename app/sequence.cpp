@@ -13,6 +13,7 @@
 #include "kit/tasks/QVTaskEx.h"
 #include "platform/FileManager.h"
 #include "platform/Services.h"
+#include "platform/UserIdentity.h"
 #include "platform/Workspace.h"
 
 namespace brightkeel {
@@ -23,6 +24,22 @@ using namespace quorvane;
 using Names = std::span<const std::string_view>;
 
 constexpr const char* kQuitTool = "/usr/bin/killall";
+
+/// Whether a found application may be moved with administrator rights. What a look-up finds is the
+/// choice of whoever can write among the user's desktop entries: it may be another user's bundle,
+/// or one on a volume that somebody brought. So rights are used only where nobody but the superuser
+/// can have put the bundle or can put another in its place, below the machine-wide applications
+/// folder. This is asked here because only the sequence knows an item of its catalogue from one
+/// that was found, and because it must be known before anybody is asked for a password.
+bool mayMoveWithRights(const Path& application) {
+    const MaybePath folder = QVLocalPaths::applicationDirectory(UserDomain::no);
+    return folder && application.starts_with(*folder + '/') &&
+           platform::services().workspace->isSuperusersPlace(application);
+}
+
+bool runsAsSuperuser() {
+    return platform::services().userIdentity->realUserId() == platform::kSuperuserId;
+}
 
 struct Options {
     bool removeShared;
@@ -68,8 +85,14 @@ private:
 
     void trashRegisteredApplications() {
         for (const std::string_view identifier : catalogue::kSharedIdentifiers)
-            controller_.trashFile(
-                platform::services().workspace->bundlePath(std::string(identifier)));
+            trashFound(platform::services().workspace->bundlePath(std::string(identifier)));
+    }
+
+    void trashFound(const MaybePath& application) {
+        if (application && mayMoveWithRights(*application))
+            controller_.trashFile(application);
+        else if (!runsAsSuperuser()) // who cannot do without rights leaves it alone
+            controller_.trashFile(application, ShouldAuth::no);
     }
 
     void trashApplications() {

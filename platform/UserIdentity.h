@@ -18,9 +18,10 @@ public:
     virtual unsigned realUserId() = 0;
     /// Short name of the process's user; null when the user database has none.
     virtual MaybeText userName() = 0;
-    /// Home of the process's user.
+    /// Home of the process's user. An absolute home has no doubled slashes, slash at its end or "."
+    /// parts, so that it can be compared with other paths.
     virtual MaybePath homeDirectory() = 0;
-    /// Home of the named user; null for a null or unknown name.
+    /// Home of the named user, spelt in the same way; null for a null or unknown name.
     virtual MaybePath homeDirectoryForUser(const MaybeText& name) = 0;
     /// Short name of the user who owns the console: "loginwindow" while the login screen does, null
     /// when nobody does.

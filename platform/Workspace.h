@@ -20,8 +20,17 @@ public:
     /// they were. Never copies, never deletes.
     virtual Result<void> recycle(const Path& sourceFolder, const Path& destinationFolder,
                                  const std::vector<std::string>& names) = 0;
-    /// The path of the application bundle with this identifier; null when there is none.
+    /// Whether an item lies in a Trash, the user's or anybody else's. It counts where it really is,
+    /// whatever path leads there; a final link is the item itself. An item that is not there counts
+    /// as its folder does.
+    virtual bool isInTrash(const Path& path) = 0;
+    /// The path of the application bundle with this identifier; null when there is none. What lies
+    /// in a Trash or in a hidden folder is not found.
     virtual MaybePath bundlePath(const std::string& identifier) = 0;
+    /// Whether the superuser alone decides what stands at an absolute path, now and later: every
+    /// folder above the item is a real one, reached by its own name, belongs to the superuser and
+    /// cannot be changed by anybody else. The item itself is not looked at.
+    virtual bool isSuperusersPlace(const Path& path) = 0;
     /// The mount points of the volumes on this machine's own storage, in the order in which they
     /// were mounted; network and system-internal file systems are none.
     virtual std::vector<Path> mountedLocalVolumes() = 0;

@@ -19,6 +19,10 @@ public:
         if (!recycled) reasons_->add(recycled.error().text);
         return recycled;
     }
+    bool isInTrash(const Path& path) override { return workspace_->isInTrash(path); }
+    bool isSuperusersPlace(const Path& path) override {
+        return workspace_->isSuperusersPlace(path);
+    }
     MaybePath bundlePath(const std::string& identifier) override {
         return workspace_->bundlePath(identifier);
     }

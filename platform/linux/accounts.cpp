@@ -5,6 +5,8 @@
 
 #include <cerrno>
 
+#include "platform/linux/plain_path.h"
+
 namespace quorvane::platform::linux_ {
 namespace {
 
@@ -20,7 +22,7 @@ std::optional<Account> find(Lookup lookup) {
         const int code = lookup(&entry, buffer.data(), buffer.size(), &found);
         if (code == ERANGE) continue;
         if (code != 0 || found == nullptr) return std::nullopt;
-        return Account{entry.pw_name, entry.pw_uid, entry.pw_gid, entry.pw_dir};
+        return Account{entry.pw_name, entry.pw_uid, entry.pw_gid, plainPath(entry.pw_dir)};
     }
     return std::nullopt;
 }

@@ -16,7 +16,7 @@ struct Account {
     std::string name;
     uid_t uid = 0;
     gid_t gid = 0;
-    Path home;
+    Path home; ///< spelt plainly where it is absolute
 };
 
 /// Null when the database has no such user or cannot be read. Any thread.

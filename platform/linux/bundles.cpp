@@ -37,34 +37,37 @@ bool hasBundleName(std::string_view path) {
     return std::ranges::find(kBundleExtensions, extensionOf(path)) != kBundleExtensions.end();
 }
 
+bool isHidden(std::string_view name) { return name.starts_with('.'); }
+
 bool isFolder(const Path& path) {
     std::error_code ignored;
     return std::filesystem::is_directory(path, ignored);
 }
 
-// The folders in a folder, links left out, sorted so that the answer does not hang on the disk's
-// order.
+// The folders in a folder, links and hidden ones left out, sorted so that the answer does not hang
+// on the disk's order.
 std::vector<Path> subfolders(const Path& folder) {
     std::vector<Path> found;
     std::error_code error;
     std::filesystem::directory_iterator entry(folder, error);
     for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
         std::error_code ignored;
-        if (entry->symlink_status(ignored).type() == std::filesystem::file_type::directory)
+        if (!isHidden(entry->path().filename().string()) &&
+            entry->symlink_status(ignored).type() == std::filesystem::file_type::directory)
             found.push_back(entry->path().string());
     }
     std::ranges::sort(found);
     return found;
 }
 
-MaybePath findBundle(const Path& folder, const std::string& identifier,
-                     PropertyLists& propertyLists, int levels) {
+using IsSought = std::function<bool(const Path& application)>;
+
+MaybePath findApplication(const Path& folder, const IsSought& isSought, int levels) {
     for (const Path& item : subfolders(folder)) {
         if (!hasBundleName(item)) {
             if (levels == 1) continue;
-            if (auto found = findBundle(item, identifier, propertyLists, levels - 1)) return found;
-        } else if (extensionOf(item) == kApplicationExtension &&
-                   bundleIdentifier(item, propertyLists) == identifier) {
+            if (auto found = findApplication(item, isSought, levels - 1)) return found;
+        } else if (extensionOf(item) == kApplicationExtension && isSought(item)) {
             return item;
         }
     }
@@ -76,9 +79,12 @@ MaybePath findBundle(const Path& folder, const std::string& identifier,
 bool isBundle(const Path& path) { return hasBundleName(path) && isFolder(path); }
 
 MaybePath findBundle(const Path& folder, const std::string& identifier,
-                     PropertyLists& propertyLists) {
+                     PropertyLists& propertyLists, const IsOffered& isOffered) {
     if (identifier.empty()) return std::nullopt;
-    return findBundle(folder, identifier, propertyLists, kSearchedLevels);
+    const auto isSought = [&](const Path& application) {
+        return bundleIdentifier(application, propertyLists) == identifier && isOffered(application);
+    };
+    return findApplication(folder, isSought, kSearchedLevels);
 }
 
 } // namespace quorvane::platform::linux_

@@ -63,17 +63,6 @@ std::optional<Mount> parseMount(std::string_view line) {
                  unescaped(first[3]), unescaped(first[4]), std::string(type)};
 }
 
-bool isWithin(const Path& path, const Path& top) {
-    if (top == "/") return true;
-    return path.starts_with(top) && (path.size() == top.size() || path[top.size()] == '/');
-}
-
-/// Where a path that leads through a mount stands on the mounted file system itself.
-Path onVolume(const Mount& mount, const Path& path) {
-    const Path below = mount.point == "/" ? path : path.substr(mount.point.size());
-    return mount.root == "/" ? below : mount.root + below;
-}
-
 } // namespace
 
 std::vector<Mount> parseMounts(std::string_view table) {
@@ -87,6 +76,16 @@ Result<std::vector<Mount>> currentMounts() {
     const Result<Bytes> table = readSmallFile("/proc/self/mountinfo", kLongestTable);
     if (!table) return table.error();
     return parseMounts(table.value());
+}
+
+bool isWithin(const Path& path, const Path& top) {
+    if (top == "/") return true;
+    return path.starts_with(top) && (path.size() == top.size() || path[top.size()] == '/');
+}
+
+Path onVolume(const Mount& mount, const Path& path) {
+    const Path below = mount.point == "/" ? path : path.substr(mount.point.size());
+    return mount.root == "/" ? below : mount.root + below;
 }
 
 bool holdsMount(const std::vector<Mount>& mounts, std::uint64_t mount, const Path& folder) {

@@ -25,6 +25,12 @@ std::vector<Mount> parseMounts(std::string_view table);
 /// The mounts that this process sees. Any thread.
 Result<std::vector<Mount>> currentMounts();
 
+/// Whether a path without links is the top or lies below it, judging by the texts.
+bool isWithin(const Path& path, const Path& top);
+
+/// Where a path that leads through a mount stands on the mounted file system itself.
+Path onVolume(const Mount& mount, const Path& path);
+
 /// Whether a folder, named by its path without links and the mount through which that leads, is a
 /// mount point or has one below it; also one that shows only on another way to the same folder.
 bool holdsMount(const std::vector<Mount>& mounts, std::uint64_t mount, const Path& folder);

@@ -8,6 +8,7 @@
 
 #include "platform/UserIdentity.h"
 #include "platform/linux/environment.h"
+#include "platform/linux/plain_path.h"
 #include "platform/linux/user_directories.h"
 
 namespace quorvane::platform::linux_ {
@@ -44,9 +45,10 @@ bool includes(Domain domains, Domain domain) {
     return (static_cast<std::uint64_t>(domains) & static_cast<std::uint64_t>(domain)) != 0;
 }
 
-Path withoutFinalSlashes(Path path) {
-    while (path.ends_with('/')) path.pop_back();
-    return path;
+/// A folder to which paths below it can be appended; empty for the root.
+Path plainFolder(const Path& path) {
+    Path plain = plainPath(path);
+    return plain == "/" ? Path() : plain;
 }
 
 // The folder that the user with this home chose; null without a choice.
@@ -85,7 +87,7 @@ MaybePath LinuxStandardDirectories::userFolder(const StandardFolder& folder) {
     if (identity_->realUserId() == kSuperuserId) return superuserFolder(folder);
     const auto stated = identity_->homeDirectory();
     if (!stated) return std::nullopt;
-    const Path home = withoutFinalSlashes(*stated);
+    const Path home = plainFolder(*stated);
     const Path configuration = folderFromEnvironment("XDG_CONFIG_HOME").value_or(home + "/.config");
     if (auto chosen = chosenFolder(folder, home, configuration)) return chosen;
     return home + Path(folder.path);
@@ -95,7 +97,7 @@ MaybePath LinuxStandardDirectories::superuserFolder(const StandardFolder& folder
     const Path usual = Path(kSuperuserHome) + Path(folder.path);
     const auto stated = identity_->homeDirectoryForUser(identity_->consoleUser());
     if (!stated) return usual;
-    const Path home = withoutFinalSlashes(*stated);
+    const Path home = plainFolder(*stated);
     const auto chosen = chosenFolder(folder, home, home + "/.config");
     // Callers put the console user's home in the place of the superuser's, so a choice outside of
     // that home cannot be told.
@@ -109,10 +111,10 @@ std::size_t LinuxStandardDirectories::configurationString(int name, std::span<ch
     if (!cache) {
         const auto home = identity_->homeDirectory();
         if (!home) return 0;
-        cache = withoutFinalSlashes(*home) + "/.cache";
+        cache = plainFolder(*home) + "/.cache";
     }
     if (!isFolder(*cache)) return 0;
-    const Path value = withoutFinalSlashes(*cache) + "/";
+    const Path value = plainFolder(*cache) + "/";
     if (!buffer.empty()) {
         const std::size_t copied = value.copy(buffer.data(), buffer.size() - 1);
         buffer[copied] = '\0';

@@ -8,17 +8,11 @@
 
 #include "platform/UserIdentity.h"
 #include "platform/linux/open_folders.h"
+#include "platform/linux/plain_path.h"
 #include "platform/linux/trash_info.h"
 
 namespace quorvane::platform::linux_ {
 namespace {
-
-// Whether a path can be written down as it stands: no component needs the disk to be understood.
-bool isPlain(const Path& path) {
-    const Path ended = path + "/";
-    return ended.find("//") == Path::npos && ended.find("/./") == Path::npos &&
-           ended.find("/../") == Path::npos;
-}
 
 bool isOnDevice(int folder, dev_t device) {
     struct stat status {};
@@ -95,6 +89,7 @@ Result<void> Trash::recycle(const Path& folder, const std::vector<std::string>& 
                                    : areOnOneDevice(source.get(), owner->home);
     if (!home && onHomeVolume) return home.error();
 
+    // A plain path is written down as it stands.
     const Result<Path> path = isPlain(folder) ? folder : pathOf(source.get());
     if (!path) return path.error();
     std::optional<Result<TrashFolder>> volume;

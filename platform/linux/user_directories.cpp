@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "platform/linux/plain_path.h"
 #include "platform/linux/small_file.h"
 
 namespace quorvane::platform::linux_ {
@@ -30,13 +31,8 @@ std::optional<std::string> untilQuote(std::string_view text) {
     return std::nullopt;
 }
 
-std::string_view withoutFinalSlashes(std::string_view path) {
-    while (path.size() > 1 && path.ends_with('/')) path.remove_suffix(1);
-    return path;
-}
-
 // The folder that a quoted value names; null for anything else.
-std::optional<Path> folder(std::string_view value, std::string_view home) {
+std::optional<Path> folder(std::string_view value, const Path& home) {
     if (!value.starts_with('"')) return std::nullopt;
     value.remove_prefix(1);
     const bool belowHome = value.starts_with(kHomeVariable);
@@ -44,11 +40,10 @@ std::optional<Path> folder(std::string_view value, std::string_view home) {
     const auto rest = untilQuote(value);
     if (!rest || (!rest->empty() && rest->front() != '/')) return std::nullopt;
 
-    home = withoutFinalSlashes(home);
-    const Path joined = belowHome ? Path(home) + *rest : *rest;
-    const std::string_view path = withoutFinalSlashes(joined);
-    if (path.empty() || path == home || path.find('\0') != Path::npos) return std::nullopt;
-    return Path(path);
+    Path path = plainPath(belowHome ? home + *rest : *rest);
+    if (path.empty() || path == plainPath(home) || path.find('\0') != Path::npos)
+        return std::nullopt;
+    return path;
 }
 
 } // namespace

@@ -9,9 +9,9 @@
 
 namespace quorvane::platform::linux_ {
 
-/// Paths by the file's own names, such as "DOCUMENTS" or "VIDEOS". Lines that are no setting, paths
-/// that are relative, and folders set to the home itself, which is how a folder is switched off,
-/// are left out. Any thread.
+/// Plain paths by the file's own names, such as "DOCUMENTS" or "VIDEOS". Lines that are no setting,
+/// paths that are relative, and folders set to the home itself, which is how a folder is switched
+/// off, are left out. Any thread.
 std::map<std::string, Path> parseUserDirectories(std::string_view text, const Path& home);
 
 /// The settings of the user with this home and configuration folder; empty when there are none.

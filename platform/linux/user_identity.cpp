@@ -64,7 +64,7 @@ MaybePath LinuxUserIdentity::homeDirectoryForUser(const MaybeText& name) {
 MaybeText LinuxUserIdentity::consoleUser() { return linux_::consoleUser(); }
 
 MaybePath LinuxUserIdentity::temporaryDirectory() {
-    return folderFromEnvironment("TMPDIR").value_or("/tmp");
+    return pathFromEnvironment("TMPDIR").value_or("/tmp");
 }
 
 std::string LinuxUserIdentity::globallyUniqueString() {

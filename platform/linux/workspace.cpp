@@ -8,7 +8,9 @@
 #include "platform/linux/posix.h"
 #include "platform/linux/presentation/application_registry.h"
 #include "platform/linux/presentation/change_notices.h"
+#include "platform/linux/superusers_places.h"
 #include "platform/linux/trash_owner.h"
+#include "platform/linux/trash_places.h"
 #include "platform/linux/volumes.h"
 
 namespace quorvane::platform::linux_ {
@@ -24,16 +26,25 @@ Result<void> LinuxWorkspace::recycle(const Path& sourceFolder, const Path&,
     return trash_.recycle(sourceFolder, names);
 }
 
-MaybePath LinuxWorkspace::bundlePath(const std::string& identifier) {
-    const auto folders = trashOwner(*identity_);
-    if (folders)
-        if (auto path =
-                registeredBundle(folders->dataHome + "/applications", identifier, *propertyLists_))
-            return path;
-    if (auto path = findBundle("/Applications", identifier, *propertyLists_)) return path;
-    return folders ? findBundle(folders->home + "/Applications", identifier, *propertyLists_)
-                   : std::nullopt;
+bool LinuxWorkspace::isInTrash(const Path& path) {
+    return linux_::isInTrash(path, trashOwner(*identity_));
 }
+
+MaybePath LinuxWorkspace::bundlePath(const std::string& identifier) {
+    const auto owner = trashOwner(*identity_);
+    const auto isOffered = [&](const Path& bundle) { return !linux_::isInTrash(bundle, owner); };
+    if (owner) {
+        auto path =
+            registeredBundle(owner->dataHome + "/applications", identifier, *propertyLists_);
+        if (path && isOffered(*path)) return path;
+    }
+    if (auto path = findBundle("/Applications", identifier, *propertyLists_, isOffered))
+        return path;
+    if (!owner) return std::nullopt;
+    return findBundle(owner->home + "/Applications", identifier, *propertyLists_, isOffered);
+}
+
+bool LinuxWorkspace::isSuperusersPlace(const Path& path) { return linux_::isSuperusersPlace(path); }
 
 std::vector<Path> LinuxWorkspace::mountedLocalVolumes() { return localVolumes(); }
 

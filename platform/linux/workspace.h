@@ -25,9 +25,11 @@ public:
 
     Result<void> recycle(const Path& sourceFolder, const Path& destinationFolder,
                          const std::vector<std::string>& names) override;
+    bool isInTrash(const Path& path) override;
     /// A registered bundle that still stands, else the first with the identifier in /Applications
     /// and ~/Applications.
     MaybePath bundlePath(const std::string& identifier) override;
+    bool isSuperusersPlace(const Path& path) override;
     std::vector<Path> mountedLocalVolumes() override;
     bool isFilePackage(const Path& path) override;
     void noteFileSystemChanged(const Path& path) override;

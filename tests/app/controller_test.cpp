@@ -62,6 +62,20 @@ TEST_F(Controller, LeavesWhateverBeginsLikeTheTrash) {
     EXPECT_FALSE(keeps("/Users/anna/.trash/x"));
 }
 
+TEST_F(Controller, LeavesWhateverIsInATrash) {
+    system.workspace->trashes = {"/Users/anna/.local/share/Trash/files", "/Volumes/w/.Trash-501"};
+    EXPECT_TRUE(keeps("/Users/anna/.local/share/Trash/files/x"));
+    EXPECT_TRUE(keeps("/Users/anna//.local/share/Trash/files/folder/x"));
+    EXPECT_TRUE(keeps("/Volumes/w/.Trash-501/files/x"));
+    system.disk->addLink("/link", "/Users/anna/.local/share/Trash/files");
+    EXPECT_TRUE(keeps("/link/x"));
+    EXPECT_FALSE(keeps("/Users/anna/.local/share/x"));
+    system.disk->addLink("/Users/anna/y", "/link/x");
+    controller.trashFile("/Users/anna/y");
+    EXPECT_FALSE(system.disk->contains("/Users/anna/y"));
+    EXPECT_TRUE(system.disk->contains("/link/x"));
+}
+
 TEST_F(Controller, IgnoresNullAndAbsentItems) {
     controller.trashFile(std::nullopt);
     controller.trashFile("");
@@ -77,6 +91,19 @@ TEST_F(Controller, WaitsTenSecondsForAnItemThatARightMoves) {
     system.disk->failAlways("recycle", "/d/a", {13, "Permission denied"});
     controller.trashFile("/d/a");
     EXPECT_NEAR(system.application->eventsAskedFor(), 1000, 2); // slices of 0.01 s
+}
+
+TEST_F(Controller, MovesWithoutRightsWhereItMustNotUseThem) {
+    system.disk->addFile("/d/a");
+    system.disk->addFile("/bin/mv");
+    controller.trashFile("/d/a", ShouldAuth::no);
+    EXPECT_FALSE(system.disk->contains("/d/a"));
+    EXPECT_TRUE(keeps("/d/Release/a"));
+    system.disk->failAlways("recycle", "/d/b", {13, "Permission denied"});
+    system.disk->addFile("/d/b");
+    controller.trashFile("/d/b", ShouldAuth::no);
+    EXPECT_TRUE(system.disk->contains("/d/b"));
+    EXPECT_THAT(system.journal->entries("authorization."), IsEmpty());
 }
 
 } // namespace

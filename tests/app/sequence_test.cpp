@@ -111,5 +111,78 @@ TEST_F(Uninstall, ABundleRegisteredInAReleaseFolderStays) {
     EXPECT_TRUE(system.disk->contains(bundle));
 }
 
+/// A machine where administrator rights are granted, and one registered application that nobody can
+/// move without them.
+class FoundApplication : public Uninstall {
+protected:
+    FoundApplication() {
+        for (const Path tool : {"/bin/mv", "/bin/rm"}) system.disk->addFile(tool);
+        system.authorization->effect = [this](const Path& tool, const Arguments& arguments) {
+            if (tool == "/bin/mv") (void)system.disk->moveItem(arguments[1], arguments[2]);
+        };
+    }
+
+    /// Uninstalls with the shared applications, one of which is registered there.
+    void uninstall(const Path& bundle) {
+        system.disk->addFile(bundle + "/Contents/Info.plist");
+        system.workspace->addBundle("com.quorvane.Refresher", bundle);
+        system.disk->failAlways("recycle", bundle, {13, "Permission denied"});
+        run(kOn, kOff);
+    }
+    auto rightsUsed() { return system.journal->entries("authorization."); }
+};
+
+TEST_F(FoundApplication, GoesWithRightsOutOfTheSuperusersApplicationsFolder) {
+    uninstall("/Applications/Media Tools/Refresher.app");
+    EXPECT_THAT(rightsUsed(), Contains(HasSubstr("/Applications/Media Tools/Refresher.app")));
+    EXPECT_FALSE(system.disk->contains("/Applications/Media Tools/Refresher.app"));
+}
+
+TEST_F(FoundApplication, IsNeverMovedWithRightsFromElsewhere) {
+    for (const Path bundle :
+         {"/Users/carl/Applications/Refresher.app", "/media/stick/Refresher.app",
+          "/Library/Application Support/Refresher.app", "/Applications Old/Refresher.app",
+          "/Users/carl/Applications.app"}) {
+        uninstall(bundle);
+        EXPECT_THAT(rightsUsed(), ::testing::IsEmpty()) << bundle;
+        EXPECT_TRUE(system.disk->contains(bundle)) << bundle;
+    }
+}
+
+TEST_F(FoundApplication, IsNotMovedWithRightsByAPathThatLeadsElsewhere) {
+    system.disk->addFile("/Users/carl/Refresher.app/Contents/Info.plist");
+    system.disk->addLink("/Applications/link", "/Users/carl");
+    for (const Path bundle :
+         {"/Applications/../Users/carl/Refresher.app", "/Applications/link/Refresher.app",
+          "/Applications//../Users/carl/Refresher.app"}) {
+        uninstall(bundle);
+        EXPECT_THAT(rightsUsed(), ::testing::IsEmpty()) << bundle;
+        EXPECT_TRUE(system.disk->contains("/Users/carl/Refresher.app")) << bundle;
+    }
+}
+
+TEST_F(FoundApplication, IsNotMovedWithRightsOutOfAFolderThatOthersCanChange) {
+    system.workspace->superusersFolders = {"/Library"};
+    uninstall("/Applications/Media Tools/Refresher.app");
+    EXPECT_THAT(rightsUsed(), ::testing::IsEmpty());
+    EXPECT_TRUE(system.disk->contains("/Applications/Media Tools/Refresher.app"));
+}
+
+TEST_F(FoundApplication, StaysWhereTheSuperuserCannotDoWithoutRights) {
+    system.identity->becomeSuperuser();
+    run(kOn, kOff);
+    EXPECT_TRUE(system.disk->contains("/Registered/com.quorvane.Refresher.app"));
+    EXPECT_FALSE(system.disk->contains("/Applications/Quorvane/Quorvane Refresher.app"));
+}
+
+TEST_F(FoundApplication, IsTakenByTheSuperuserOutOfTheSuperusersApplicationsFolder) {
+    const Path bundle = "/Applications/Media Tools/Refresher.app";
+    system.identity->becomeSuperuser();
+    system.disk->addFile(bundle + "/Contents/Info.plist");
+    system.workspace->addBundle("com.quorvane.Refresher", bundle);
+    run(kOn, kOff);
+    EXPECT_FALSE(system.disk->contains(bundle));
+}
+
 } // namespace
 } // namespace brightkeel

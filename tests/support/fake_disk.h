@@ -48,6 +48,9 @@ public:
     bool isFolder(const Path& path) const;
     bool isLink(const Path& path) const;
     bool isImmutable(const Path& path) const;
+    /// Whether the folder that holds an item, or would hold it, is this one or lies below it, by
+    /// whatever paths.
+    bool isBelow(const Path& path, const Path& folder) const;
     /// A file's bytes, or a link's target.
     Bytes content(const Path& path) const;
     /// Every item below the root, sorted: what a test compares to say that nothing else changed.

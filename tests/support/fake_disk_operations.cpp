@@ -49,6 +49,14 @@ platform::Existence FakeDisk::existence(const Path& path) const {
     return {true, item.isFolder(), identityOf(item)};
 }
 
+bool FakeDisk::isBelow(const Path& path, const Path& folder) const {
+    const std::lock_guard lock(mutex_);
+    const Place place = findPlace(root_, path, FinalLink::keep);
+    const Place above = findItem(root_, folder, FinalLink::follow);
+    return place && above && place.value().folder &&
+           holds(*above.value().item, place.value().folder.get());
+}
+
 Result<std::vector<std::string>> FakeDisk::contentsOfDirectory(const Path& path) {
     const std::lock_guard lock(mutex_);
     if (auto error = failure("contentsOfDirectory", path)) return *error;

@@ -18,6 +18,13 @@ std::string joinNames(const std::vector<std::string>& names) {
     return joined;
 }
 
+/// Whether an absolute path has no part that means nothing or leads up.
+bool isPlain(const Path& path) {
+    const Path ended = path + "/";
+    return path.starts_with('/') && ended.find("//") == Path::npos &&
+           ended.find("/./") == Path::npos && ended.find("/../") == Path::npos;
+}
+
 std::string lowercased(std::string_view text) {
     std::string lower(text);
     for (char& letter : lower)
@@ -47,11 +54,26 @@ platform::Result<void> FakeWorkspace::recycle(const Path& sourceFolder,
     return {};
 }
 
+bool FakeWorkspace::isInTrash(const Path& path) {
+    return std::ranges::any_of(trashes,
+                               [&](const Path& trash) { return disk_->isBelow(path, trash); });
+}
+
 MaybePath FakeWorkspace::bundlePath(const std::string& identifier) {
     const std::lock_guard lock(mutex_);
     const auto found = bundles_.find(identifier);
     if (found == bundles_.end()) return std::nullopt;
     return found->second;
+}
+
+bool FakeWorkspace::isSuperusersPlace(const Path& path) {
+    if (!isPlain(path)) return false;
+    for (Path folder(withoutLastComponent(path)); folder != "/";
+         folder = withoutLastComponent(folder)) {
+        if (disk_->contains(folder) && disk_->isLink(folder)) return false;
+        if (std::ranges::find(superusersFolders, folder) != superusersFolders.end()) return true;
+    }
+    return false;
 }
 
 bool FakeWorkspace::isFilePackage(const Path& path) {

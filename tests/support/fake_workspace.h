@@ -25,10 +25,16 @@ public:
 
     /// Mount points, in the order of the answer; at first the start-up volume's alone.
     std::vector<Path> volumes = {"/"};
+    /// Folders of which each is a Trash.
+    std::vector<Path> trashes = {"/Users/anna/.Trash"};
+    /// Folders that the superuser alone can change, with all below them.
+    std::vector<Path> superusersFolders = {"/Applications", "/Library"};
 
     platform::Result<void> recycle(const Path& sourceFolder, const Path& destinationFolder,
                                    const std::vector<std::string>& names) override;
+    bool isInTrash(const Path& path) override;
     MaybePath bundlePath(const std::string& identifier) override;
+    bool isSuperusersPlace(const Path& path) override;
     std::vector<Path> mountedLocalVolumes() override { return volumes; }
     /// A folder with one of the extensions app, bundle, plugin, kext, prefPane, pkg, in any case.
     bool isFilePackage(const Path& path) override;

@@ -5,6 +5,7 @@
 
 #include "platform/linux/authorization/link_free_path.h"
 #include "platform/linux/authorization/trash_request.h"
+#include "platform/linux/plain_path.h"
 
 namespace quorvane::platform::linux_ {
 namespace {

@@ -4,36 +4,25 @@
 #include <climits>
 #include <deque>
 #include <optional>
-#include <string_view>
 
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/UserIdentity.h"
+#include "platform/linux/plain_path.h"
+#include "platform/linux/superusers_places.h"
 
 namespace quorvane::platform::linux_ {
 namespace {
 
 constexpr int kMaximumLinks = 40; // as in the kernel
 
-/// The parts of a path, without empty and "." ones.
-std::deque<std::string> parts(std::string_view path) {
-    std::deque<std::string> found;
-    while (!path.empty()) {
-        const std::string_view part = path.substr(0, path.find('/'));
-        path.remove_prefix(part.size() == path.size() ? part.size() : part.size() + 1);
-        if (!part.empty() && part != ".") found.emplace_back(part);
-    }
-    return found;
-}
-
 bool belongsToSuperuser(const struct stat& status) { return status.st_uid == kSuperuserId; }
 
-/// Whether none but the superuser can put a link into the folder. In a sticky folder others can.
+/// Whether none but the superuser can put a link into the folder.
 bool isSuperusersAlone(const Path& folder) {
     struct stat status {};
-    return ::lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
-           belongsToSuperuser(status) && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+    return ::lstat(folder.c_str(), &status) == 0 && linux_::isSuperusersAlone(status);
 }
 
 std::optional<Path> linkTarget(const Path& link) {
@@ -46,7 +35,7 @@ std::optional<Path> linkTarget(const Path& link) {
 /// Walks down from the root, through folders that are the superuser's alone.
 class Walk {
 public:
-    explicit Walk(const Path& path) : left_(parts(path)), given_(left_.size()) {}
+    explicit Walk(const Path& path) : given_(prepend(pathParts(path))) {}
 
     /// Where the walk ends, with the parts that it did not take.
     Path end() {
@@ -85,9 +74,14 @@ private:
         if (!target || ++links_ > kMaximumLinks) return false;
         take();
         if (target->starts_with('/')) reached_.clear();
-        const auto added = parts(*target);
-        left_.insert(left_.begin(), added.begin(), added.end());
+        prepend(pathParts(*target));
         return true;
+    }
+
+    /// Puts parts before those left; returns how many are left now.
+    std::size_t prepend(const std::vector<std::string>& parts) {
+        left_.insert(left_.begin(), parts.begin(), parts.end());
+        return left_.size();
     }
 
     void take() {
@@ -102,12 +96,6 @@ private:
 };
 
 } // namespace
-
-Path plainPath(const Path& path) {
-    Path plain;
-    for (const std::string& part : parts(path)) plain += "/" + part;
-    return plain.empty() ? "/" : plain;
-}
 
 Path linkFreePath(const Path& path) { return Walk(path).end(); }
 

@@ -5,10 +5,6 @@
 
 namespace quorvane::platform::linux_ {
 
-/// An absolute path without doubled slashes, slashes at its end and "." parts. ".." parts stay:
-/// what they mean depends on the links before them. Nothing is looked up.
-Path plainPath(const Path& path);
-
 /// A plain path in which the links above the item that nobody but the superuser could have made or
 /// changed are replaced by what they lead to, as in /bin/x for /usr/bin/x. A link in a folder that
 /// anybody else can change, or below such a folder, stays in place, because it could lead elsewhere

@@ -7,6 +7,7 @@
 #include "platform/linux/bundles.h"
 #include "platform/linux/file_writing.h"
 #include "platform/linux/open_folders.h"
+#include "platform/linux/plain_path.h"
 #include "platform/linux/posix.h"
 #include "platform/linux/presentation/desktop_entry.h"
 #include "platform/linux/small_file.h"
@@ -48,6 +49,16 @@ Result<std::string> entryFor(const BundleInfo& info, const Path& bundle) {
     return entry;
 }
 
+/// The item's path without links above it, so that callers who judge by it judge the item's place.
+MaybePath realPlace(const Path& item) {
+    const auto place = openParent(plainPath(item));
+    const auto folder = place ? pathOf(place.value().folder.get()) : place.error();
+    if (!folder) return std::nullopt;
+    return plainPath(folder.value() + "/" + place.value().name);
+}
+
+bool isInHiddenFolder(const Path& path) { return path.find("/.") != Path::npos; }
+
 } // namespace
 
 Result<void> registerBundle(const Path& bundle, const Path& desktopEntries, ForceUpdate forceUpdate,
@@ -81,8 +92,9 @@ MaybePath registeredBundle(const Path& desktopEntries, const std::string& identi
     if (!name) return std::nullopt;
     const auto entry = readSmallFile(desktopEntries + "/" + name.value(), kMaxDesktopEntry);
     if (!entry) return std::nullopt;
-    MaybePath bundle = entryValue(entry.value(), kBundleKey);
-    if (!bundle || !systemPath(*bundle) || !isBundle(*bundle) ||
+    const MaybePath stated = entryValue(entry.value(), kBundleKey);
+    MaybePath bundle = stated ? realPlace(*stated) : std::nullopt;
+    if (!bundle || isInHiddenFolder(*bundle) || !isBundle(*bundle) ||
         bundleIdentifier(*bundle, propertyLists) != identifier)
         return std::nullopt;
     return bundle;

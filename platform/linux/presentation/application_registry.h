@@ -24,8 +24,9 @@ inline constexpr std::string_view kBundleKey = "X-Quorvane-Bundle";
 Result<void> registerBundle(const Path& bundle, const Path& desktopEntries, ForceUpdate forceUpdate,
                             PropertyLists& propertyLists);
 
-/// The bundle that the entry of the identifier names; null without such an entry, or when the
-/// bundle is gone or has become another one. Any thread.
+/// The bundle that the entry of the identifier names, by its path without links above it; null
+/// without such an entry, or when the bundle is gone, has become another one, or is hidden or in a
+/// hidden folder. Any thread.
 MaybePath registeredBundle(const Path& desktopEntries, const std::string& identifier,
                            PropertyLists& propertyLists);
 

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/linux/acting_as.h"
+#include "platform/linux/plain_path.h"
 #include "platform/linux/user_directories.h"
 
 namespace quorvane::platform::linux_::helper {
@@ -66,7 +67,7 @@ ProtectedFolders::ProtectedFolders(uid_t user) {
     // Single-threaded, like the whole program. NOLINTNEXTLINE(concurrency-mt-unsafe)
     const passwd* account = ::getpwuid(user);
     if (account == nullptr || account->pw_dir[0] != '/') return;
-    home_ = account->pw_dir;
+    home_ = plainPath(account->pw_dir);
     const ActingAs owner(FileRights{account->pw_uid, account->pw_gid, {}}); // it may lead anywhere
     if (!owner) return;
     for (auto& [name, folder] : userDirectories(home_ + "/.config", home_))

@@ -456,7 +456,7 @@ class Trash(WithAdministration):
         self.assertTrue(os.path.isdir(self.TRASH + "/files/folder/full"))
 
     def test_an_item_that_does_not_come_leaves_no_record(self):
-        self.assertEqual(self.trash(self.folder + "/missing")[0], GRANTED)
+        self.assertEqual(self.trash(self.folder + "/missing")[0], TOOL_FAILED)
         self.assertIsNone(self.info("missing"))
         self.assertEqual(self.trash("/Library"), (TOOL_FAILED, EPERM))
         self.assertIsNone(self.info("Library"))

@@ -75,6 +75,8 @@ public:
             std::filesystem::rename(folder + "/" + name, trash_ + "/" + name);
         return {};
     }
+    bool isInTrash(const Path& path) override { return path.starts_with(trash_); }
+    bool isSuperusersPlace(const Path& /*path*/) override { return false; }
     MaybePath bundlePath(const std::string& /*identifier*/) override { return std::nullopt; }
     std::vector<Path> mountedLocalVolumes() override { return {}; }
     bool isFilePackage(const Path& /*path*/) override { return false; }

@@ -17,6 +17,8 @@ public:
     virtual platform::Workspace& workspace() = 0;
     /// An empty folder in which a test works.
     virtual Path folder() = 0;
+    /// A folder that the superuser alone can change.
+    virtual Path superusersFolder() = 0;
     /// Where callers expect recycled items.
     virtual Path trash() = 0;
 
@@ -85,6 +87,25 @@ TYPED_TEST_P(WorkspaceContract, RecyclingStopsAtTheFirstFailure) {
     EXPECT_TRUE(this->world.contains(this->folder + "/c"));
 }
 
+TYPED_TEST_P(WorkspaceContract, ItemsInTheTrashAreKnownByAnyPath) {
+    this->world.addFile(this->folder + "/b/inner", "x");
+    this->world.addFile(this->folder + "/kept/inner", "x");
+    EXPECT_FALSE(this->workspace.isInTrash(this->folder + "/b"));
+    EXPECT_TRUE(this->workspace.recycle(this->folder, this->world.trash(), {"b"}));
+    const Path trashed = this->world.trash() + "/b";
+    for (const Path& path : {trashed, trashed + "/", trashed + "/inner",
+                             this->world.trash() + "//./b", trashed + "/missing"})
+        EXPECT_TRUE(this->workspace.isInTrash(path)) << path;
+    this->world.addLink(this->folder + "/link", trashed);
+    EXPECT_TRUE(this->workspace.isInTrash(this->folder + "/link/inner"));
+    EXPECT_FALSE(this->workspace.isInTrash(this->folder + "/link"));
+    this->world.addLink(trashed + "/out", this->folder + "/kept");
+    EXPECT_TRUE(this->workspace.isInTrash(trashed + "/out"));
+    EXPECT_FALSE(this->workspace.isInTrash(trashed + "/out/inner"));
+    for (const Path& path : {this->world.trash(), this->folder + "/kept", Path("/"), Path()})
+        EXPECT_FALSE(this->workspace.isInTrash(path)) << path;
+}
+
 TYPED_TEST_P(WorkspaceContract, BundlesAreFoundByIdentifier) {
     const Path bundle = this->folder + "/Stage Tidy.app";
     this->world.addFolder(bundle);
@@ -93,6 +114,17 @@ TYPED_TEST_P(WorkspaceContract, BundlesAreFoundByIdentifier) {
     EXPECT_EQ(this->workspace.bundlePath("com.quorvane.stagetidy"), std::nullopt);
     EXPECT_EQ(this->workspace.bundlePath("com.quorvane.Other"), std::nullopt);
     EXPECT_EQ(this->workspace.bundlePath(""), std::nullopt);
+}
+
+TYPED_TEST_P(WorkspaceContract, PlacesOfTheSuperuserAreNamedPlainlyAndReachedWithoutLinks) {
+    const Path place = this->world.superusersFolder();
+    EXPECT_TRUE(this->workspace.isSuperusersPlace(place + "/A.app"));
+    for (const Path& path : {this->folder + "/A.app", this->folder + "/.." + place + "/A.app",
+                             place + "/./A.app", place + "//A.app", place + "/A.app/",
+                             place + "/..", place.substr(1) + "/A.app", Path("/"), Path()})
+        EXPECT_FALSE(this->workspace.isSuperusersPlace(path)) << path;
+    this->world.addLink(this->folder + "/link", place);
+    EXPECT_FALSE(this->workspace.isSuperusersPlace(this->folder + "/link/A.app"));
 }
 
 TYPED_TEST_P(WorkspaceContract, PackagesAreFoldersWithABundlesExtension) {
@@ -114,7 +146,8 @@ TYPED_TEST_P(WorkspaceContract, NotingAChangeNeedsNoItem) {
 
 REGISTER_TYPED_TEST_SUITE_P(WorkspaceContract, RecycledItemsAreInTheTrash, ALinkIsRecycledItself,
                             ATakenNameLosesNothing, RecyclingStopsAtTheFirstFailure,
-                            BundlesAreFoundByIdentifier, PackagesAreFoldersWithABundlesExtension,
-                            NotingAChangeNeedsNoItem);
+                            ItemsInTheTrashAreKnownByAnyPath, BundlesAreFoundByIdentifier,
+                            PlacesOfTheSuperuserAreNamedPlainlyAndReachedWithoutLinks,
+                            PackagesAreFoldersWithABundlesExtension, NotingAChangeNeedsNoItem);
 
 } // namespace quorvane::testing

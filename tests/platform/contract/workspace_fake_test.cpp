@@ -10,6 +10,7 @@ public:
 
     platform::Workspace& workspace() override { return workspace_; }
     Path folder() override { return "/work"; }
+    Path superusersFolder() override { return "/Applications"; }
     Path trash() override { return "/Users/anna/.Trash"; }
     void addFile(const Path& path, const std::string& content) override {
         disk_->addFile(path, content);

@@ -24,6 +24,7 @@ public:
 
     platform::Workspace& workspace() override { return workspace_; }
     Path folder() override { return scratch_ / "work"; }
+    Path superusersFolder() override { return "/usr/share"; }
     Path trash() override { return scratch_ / "home/.Trash"; }
     void addFile(const Path& path, const std::string& content) override {
         fs::create_directories(fs::path(path).parent_path());

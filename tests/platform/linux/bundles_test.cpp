@@ -20,9 +20,10 @@ protected:
         return quorvane::testing::addBundle(scratch, path, {{"CFBundleIdentifier", identifier}});
     }
     MaybePath find(const std::string& identifier) {
-        return findBundle(scratch.path(), identifier, propertyLists);
+        return findBundle(scratch.path(), identifier, propertyLists, isOffered);
     }
     quorvane::testing::ScratchFolder scratch;
+    std::function<bool(const Path&)> isOffered = [](const Path&) { return true; };
     LinuxPropertyLists propertyLists;
 };
 
@@ -70,6 +71,25 @@ TEST_F(BundlesTest, DoesNotLookIntoBundlesOrThroughLinks) {
     EXPECT_EQ(find("com.quorvane.Plain"), std::nullopt);
 }
 
+TEST_F(BundlesTest, DoesNotLookIntoHiddenFolders) {
+    addApplication(".Trash-1000/files/A.app", "com.quorvane.A");
+    addApplication(".hidden/A.app", "com.quorvane.A");
+    addApplication("folder/.hidden/A.app", "com.quorvane.A");
+    addApplication(".A.app", "com.quorvane.A");
+    EXPECT_EQ(find("com.quorvane.A"), std::nullopt);
+    const Path plain = addApplication("folder/in.here/A.app", "com.quorvane.A");
+    EXPECT_EQ(find("com.quorvane.A"), MaybePath(plain));
+}
+
+TEST_F(BundlesTest, GoesOnWhereABundleIsNotOffered) {
+    const Path first = addApplication("A.app", "com.quorvane.A");
+    const Path second = addApplication("folder/A.app", "com.quorvane.A");
+    isOffered = [&](const Path& bundle) { return bundle != first; };
+    EXPECT_EQ(find("com.quorvane.A"), MaybePath(second));
+    isOffered = [](const Path&) { return false; };
+    EXPECT_EQ(find("com.quorvane.A"), std::nullopt);
+}
+
 TEST_F(BundlesTest, BrokenInfosAreSkipped) {
     scratch.addFile("A.app/Contents/Info.plist", "no property list");
     scratch.addFile(
@@ -83,7 +103,8 @@ TEST_F(BundlesTest, BrokenInfosAreSkipped) {
 }
 
 TEST_F(BundlesTest, AMissingFolderHoldsNothing) {
-    EXPECT_EQ(findBundle(scratch / "missing", "com.quorvane.A", propertyLists), std::nullopt);
+    EXPECT_EQ(findBundle(scratch / "missing", "com.quorvane.A", propertyLists, isOffered),
+              std::nullopt);
 }
 
 } // namespace

@@ -74,6 +74,21 @@ TEST_F(StandardDirectoriesTest, ASlashBehindTheHomeIsNotDoubled) {
     EXPECT_THAT(paths(DirectoryKind::library, Domain::user), ElementsAre(inHome("Library")));
 }
 
+TEST_F(StandardDirectoriesTest, AHomeOfOddSlashesIsSpeltPlainly) {
+    scratch.addFile(".config/user-dirs.dirs", "XDG_DESKTOP_DIR=\"$HOME//./Schreibtisch\"\n");
+    identity->home = "/" + home + "/./";
+    identity->homes["anna"] = *identity->home;
+    EXPECT_THAT(paths(DirectoryKind::library, Domain::user), ElementsAre(inHome("Library")));
+    EXPECT_THAT(paths(DirectoryKind::desktop, Domain::user), ElementsAre(inHome("Schreibtisch")));
+    identity->userId = kSuperuserId;
+    EXPECT_THAT(paths(DirectoryKind::desktop, Domain::user), ElementsAre("/var/root/Schreibtisch"));
+}
+
+TEST_F(StandardDirectoriesTest, AHomeAtTheRootDoublesNoSlash) {
+    identity->home = "/";
+    EXPECT_THAT(paths(DirectoryKind::library, Domain::user), ElementsAre("/Library"));
+}
+
 TEST_F(StandardDirectoriesTest, SeveralDomainsAreAnsweredUserFirst) {
     EXPECT_THAT(paths(DirectoryKind::library, static_cast<Domain>(1 | 2 | 8)),
                 ElementsAre(inHome("Library"), "/Library", "/System/Library"));
@@ -128,7 +143,7 @@ TEST_F(StandardDirectoriesTest, TheCacheFolderIsAnsweredWithASlashIfItExists) {
               expected.size() + 1);
     EXPECT_STREQ(buffer.data(), expected.c_str());
 
-    ::setenv("XDG_CACHE_HOME", scratch.addFolder("other").c_str(), 1);
+    ::setenv("XDG_CACHE_HOME", (scratch.addFolder("other") + "//./").c_str(), 1);
     directories.configurationString(kUserCacheDirectoryName, buffer);
     EXPECT_STREQ(buffer.data(), (scratch / "other/").c_str());
 }

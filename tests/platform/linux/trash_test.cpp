@@ -173,6 +173,13 @@ TEST_F(TrashTest, TheDataHomeOfTheEnvironmentHoldsTheTrash) {
     EXPECT_FALSE(exists(trashFolder));
 }
 
+TEST_F(TrashTest, ADataHomeOfOddSlashesIsSpeltPlainly) {
+    ::setenv("XDG_DATA_HOME", (scratch / "data//./deep/").c_str(), 1);
+    scratch.addFile("source/a", "x");
+    EXPECT_EQ(recycle({"a"}), 0);
+    EXPECT_EQ(fs::read_symlink(*identity->home + "/.Trash"), scratch / "data/deep/Trash/files");
+}
+
 TEST_F(TrashTest, TheHomesTrashIsALinkToTheFiles) {
     scratch.addFile("source/a", "x");
     EXPECT_EQ(recycle({"a"}), 0);

@@ -25,6 +25,19 @@ TEST(UserDirectories, ReadsFoldersBelowTheHomeAndElsewhere) {
                             Pair("VIDEOS", "/Users/anna/Filme")));
 }
 
+TEST(UserDirectories, FoldersAreSpeltPlainly) {
+    for (const std::string home : {"/Users/anna", "/Users//anna/"})
+        EXPECT_THAT(parseUserDirectories("XDG_DESKTOP_DIR=\"$HOME//Desktop/\"\n"
+                                         "XDG_DOCUMENTS_DIR=\"$HOME/./Papers/.\"\n"
+                                         "XDG_VIDEOS_DIR=\"//data///Films\"\n"
+                                         "XDG_MUSIC_DIR=\"$HOME/.\"\n"
+                                         "XDG_PICTURES_DIR=\"/Users/./anna/\"\n",
+                                         home),
+                    ElementsAre(Pair("DESKTOP", "/Users/anna/Desktop"),
+                                Pair("DOCUMENTS", "/Users/anna/Papers"),
+                                Pair("VIDEOS", "/data/Films")));
+}
+
 TEST(UserDirectories, KeepsEscapedCharacters) {
     EXPECT_THAT(parseUserDirectories(R"(XDG_DOCUMENTS_DIR="$HOME/a\"b\\c\$d" # mine)", kHome),
                 ElementsAre(Pair("DOCUMENTS", "/Users/anna/a\"b\\c$d")));

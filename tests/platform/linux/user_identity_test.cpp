@@ -2,12 +2,15 @@
 
 #include <gmock/gmock.h>
 #include <pwd.h>
+#include <sys/mount.h>
 #include <unistd.h>
 
 #include <regex>
 #include <set>
 
 #include "platform/linux/accounts.h"
+#include "tests/platform/linux/child_process.h"
+#include "tests/platform/linux/scratch_folder.h"
 
 namespace quorvane::platform::linux_ {
 namespace {
@@ -42,6 +45,36 @@ TEST_F(UserIdentityTest, TheHomeIsTheEnvironmentsIfAbsolute) {
     }
     ::unsetenv("HOME");
     EXPECT_EQ(identity.homeDirectory(), MaybePath(entry->pw_dir));
+}
+
+TEST_F(UserIdentityTest, TheHomeIsSpeltPlainly) {
+    for (const char* home : {"/Users/anna/", "/Users//anna", "//Users/./anna//", "/Users/anna/."}) {
+        ::setenv("HOME", home, 1);
+        EXPECT_EQ(identity.homeDirectory(), MaybePath("/Users/anna")) << home;
+    }
+    // What leads up is not resolved: there may be links.
+    ::setenv("HOME", "/Users/link/../anna/", 1);
+    EXPECT_EQ(identity.homeDirectory(), MaybePath("/Users/link/../anna"));
+    ::setenv("HOME", "//", 1);
+    EXPECT_EQ(identity.homeDirectory(), MaybePath("/"));
+}
+
+/// The user database says it in the same way.
+TEST_F(UserIdentityTest, TheHomesOfTheUserDatabaseAreSpeltPlainlyToo) {
+    QV_NEEDS_SUPERUSER();
+    const quorvane::testing::ScratchFolder scratch;
+    const Path accounts = scratch.addFile("passwd", "root:x:0:0::/root//:/bin/sh\n"
+                                                    "anna:x:1000:1000::/Users/./anna/:/bin/sh\n"
+                                                    "carl:x:1001:1001::home/carl/:/bin/sh\n"
+                                                    "dora:x:1002:1002:::/bin/sh\n");
+    quorvane::testing::inPrivateMounts([&] {
+        ASSERT_EQ(::mount(accounts.c_str(), "/etc/passwd", nullptr, MS_BIND, nullptr), 0);
+        ::unsetenv("HOME");
+        EXPECT_EQ(identity.homeDirectory(), MaybePath("/root"));
+        EXPECT_EQ(identity.homeDirectoryForUser("anna"), MaybePath("/Users/anna"));
+        EXPECT_EQ(identity.homeDirectoryForUser("carl"), MaybePath("home/carl/"));
+        EXPECT_EQ(identity.homeDirectoryForUser("dora"), MaybePath(""));
+    });
 }
 
 TEST_F(UserIdentityTest, TheTemporaryFolderIsSpeltAsTheEnvironmentDoes) {

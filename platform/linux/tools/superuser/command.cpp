@@ -7,6 +7,7 @@
 
 #include "platform/linux/authorization/link_free_path.h"
 #include "platform/linux/authorization/trash_request.h"
+#include "platform/linux/plain_path.h"
 #include "platform/linux/posix.h"
 #include "platform/linux/privileged_helper/jobs.h"
 

@@ -13,21 +13,6 @@
 namespace quorvane::platform::linux_ {
 namespace {
 
-TEST(PlainPath, HasNoSuperfluousSlashesAndDots) {
-    EXPECT_EQ(plainPath("/a/b"), "/a/b");
-    EXPECT_EQ(plainPath("//a///b//"), "/a/b");
-    EXPECT_EQ(plainPath("/./a/././b/."), "/a/b");
-    EXPECT_EQ(plainPath("/"), "/");
-    EXPECT_EQ(plainPath("///./"), "/");
-    EXPECT_EQ(plainPath("/a/...b/.c/d."), "/a/...b/.c/d.");
-    EXPECT_EQ(plainPath("/a b/\n/\xff"), "/a b/\n/\xff");
-}
-
-TEST(PlainPath, KeepsWhatLeadsUp) {
-    EXPECT_EQ(plainPath("/a/../b/./.."), "/a/../b/..");
-    EXPECT_EQ(plainPath("/.."), "/..");
-}
-
 /// A volume whose top belongs to the superuser alone.
 class LinkFreePathTest : public ::testing::Test {
 protected:

@@ -242,5 +242,32 @@ TEST_F(ApplicationRegistry, StaleAndForeignEntriesAreIgnored) {
     EXPECT_EQ(found(), MaybePath(bundle));
 }
 
+TEST_F(ApplicationRegistry, TellsWhereABundleReallyStands) {
+    const Path bundle = add("folder/A.app");
+    fs::create_directory_symlink(scratch / "folder", scratch / "link");
+    for (const char* path : {"//folder///A.app", "/./folder/./A.app/", "/link/A.app",
+                             "/link/../folder/A.app", "/folder/A.app/."}) {
+        writeEntry("[Desktop Entry]\nX-Quorvane-Bundle=" + scratch.path() + path + "\n");
+        EXPECT_EQ(found(), MaybePath(bundle)) << path;
+    }
+}
+
+TEST_F(ApplicationRegistry, ALinkThatIsRegisteredIsTheBundle) {
+    const Path bundle = add("folder/A.app");
+    fs::create_directory_symlink(bundle, scratch / "B.app");
+    writeEntry("[Desktop Entry]\nX-Quorvane-Bundle=" + scratch.path() + "/B.app\n");
+    EXPECT_EQ(found(), MaybePath(scratch / "B.app"));
+}
+
+TEST_F(ApplicationRegistry, BundlesInHiddenFoldersAreNotFound) {
+    for (const char* path : {".Trash-1000/files/A.app", "a/.hidden/b/A.app", ".A.app"}) {
+        writeEntry("[Desktop Entry]\nX-Quorvane-Bundle=" + add(path) + "\n");
+        EXPECT_EQ(found(), std::nullopt) << path;
+    }
+    fs::create_directory_symlink(scratch / ".Trash-1000/files", scratch / "link");
+    writeEntry("[Desktop Entry]\nX-Quorvane-Bundle=" + scratch.path() + "/link/A.app\n");
+    EXPECT_EQ(found(), std::nullopt);
+}
+
 } // namespace
 } // namespace quorvane::platform::linux_

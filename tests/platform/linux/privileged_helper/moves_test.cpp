@@ -67,7 +67,7 @@ TEST_F(HelperMoves, NothingIsReplacedIfAskedSo) {
     EXPECT_EQ(helper.run({"/bin/mv", "-nT", scratch_ / "new", scratch_ / "free"}), 0);
     EXPECT_EQ(contentOf(scratch_ / "free"), "new");
     EXPECT_EQ(contentOf(scratch_ / "copy"), "new");
-    EXPECT_EQ(helper.run({"/bin/mv", "-nT", scratch_ / "missing", scratch_ / "other"}), 1);
+    EXPECT_EQ(helper.refusal({"/bin/mv", "-nT", scratch_ / "missing", scratch_ / "other"}), ENOENT);
 }
 
 TEST_F(HelperMoves, NothingOnAnotherVolumeIsReplacedIfAskedSo) {
@@ -129,7 +129,8 @@ TEST_F(HelperAroundMounts, ABoundFileIsNeitherRemovedNorTakenAlong) {
         expectRefusals();
         HelperProcess helper;
         EXPECT_EQ(helper.run({"/bin/rm", "-Rdf", scratch_ / "tree/m/bound file"}), 1);
-        EXPECT_EQ(helper.run({"/bin/mv", "-f", scratch_ / "tree/m/bound file", scratch_ / "x"}), 1);
+        EXPECT_EQ(helper.refusal({"/bin/mv", "-f", scratch_ / "tree/m/bound file", scratch_ / "x"}),
+                  EBUSY);
         expectAllThere();
     });
 }

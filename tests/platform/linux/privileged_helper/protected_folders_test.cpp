@@ -82,6 +82,22 @@ TEST(ProtectedFolders, AreThoseThatTheUserChoseAndThoseAboveTheHome) {
     });
 }
 
+TEST(ProtectedFolders, AreThoseOfAHomeOfOddSlashes) {
+    QV_NEEDS_SUPERUSER();
+    const std::string number = std::to_string(::geteuid());
+    const ScratchFolder scratch;
+    // None of these stands, so they are known by their paths alone.
+    const Path accounts =
+        scratch.addFile("passwd", "anna:x:" + number + ":0:://Missing/./homes//anna/:/\n");
+    testing::inPrivateMounts([&] {
+        ASSERT_EQ(::mount(accounts.c_str(), "/etc/passwd", nullptr, MS_BIND, nullptr), 0);
+        for (const char* path : {"/Missing", "/Missing/homes", "/Missing/homes/anna",
+                                 "/Missing/homes/anna/Library", "/Missing/homes/anna/.Trash"})
+            EXPECT_TRUE(isProtected(path)) << path;
+        EXPECT_FALSE(isProtected("/Missing/homes/anna/item"));
+    });
+}
+
 TEST(ProtectedFolders, AreNotReplacedByCopies) {
     QV_NEEDS_SUPERUSER();
     const ScratchFolder scratch;

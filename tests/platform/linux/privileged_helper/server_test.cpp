@@ -139,8 +139,9 @@ TEST(PrivilegedHelper, TouchesWhatExistsAndTheLinkItself) {
 
 TEST(PrivilegedHelper, AnswersTheStatusOfAToolThatFails) {
     const ScratchFolder scratch;
+    scratch.addFile("file");
     HelperProcess helper;
-    EXPECT_EQ(helper.run({"/bin/mv", "-f", scratch / "missing", scratch / "b"}), 1);
+    EXPECT_EQ(helper.run({"/bin/mkdir", "-p", scratch / "file"}), 1);
 }
 
 TEST(PrivilegedHelper, AnswersTheReasonOfARefusal) {

@@ -112,7 +112,7 @@ TEST_F(SuperusersTools, ReplaceNothingInTheTrash) {
     EXPECT_EQ(pathLine(infos + "/A.3.app.trashinfo"), "Path=" + source + "/2/A.app");
     scratch.addFile("source/file");
     EXPECT_EQ(copy("source/file", "home/.local/share/Trash/files/A.app"), EEXIST);
-    EXPECT_EQ(move("source/missing", "home/.local/share/Trash/files/missing"), 1);
+    EXPECT_EQ(move("source/missing", "home/.local/share/Trash/files/missing"), ENOENT);
     EXPECT_THAT(entries(infos), SizeIs(3));
 }
 
