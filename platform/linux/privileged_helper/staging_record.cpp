@@ -30,6 +30,21 @@ Descriptor openRecords(const Path& records) {
     return folder;
 }
 
+/// Makes a file in the folder of records, and that folder, which whoever strikes out the last
+/// record takes away. Null ends where that cannot be.
+std::pair<Descriptor, Descriptor> makeRecord(const Path& records, const std::string& name) {
+    constexpr int kAttempts = 8;
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        ignore(::mkdir(records.c_str(), kSuperusersFolder));
+        Descriptor folder = openRecords(records);
+        if (!folder) continue;
+        Descriptor file(
+            ::openat(folder.get(), name.c_str(), kFileFlags | O_CREAT | O_EXCL, kSuperusersFile));
+        if (file || errno != ENOENT) return {std::move(folder), std::move(file)};
+    }
+    return {};
+}
+
 } // namespace
 
 StagingIdentity identityOf(int folder) {
@@ -44,18 +59,15 @@ StagingIdentity identityOf(int folder) {
     return identity;
 }
 
-StagingRecord::StagingRecord(Descriptor records, std::string name, Descriptor file)
-    : records_(std::move(records)), name_(std::move(name)), file_(std::move(file)) {}
+StagingRecord::StagingRecord(Path path, Descriptor records, std::string name, Descriptor file)
+    : path_(std::move(path)), records_(std::move(records)), name_(std::move(name)),
+      file_(std::move(file)) {}
 
 StagingRecord StagingRecord::begin(const Path& records, const std::string& name,
                                    const Path& folderAbove) {
-    ignore(::mkdir(records.c_str(), kSuperusersFolder));
-    Descriptor folder = openRecords(records);
-    if (!folder) return {};
-    Descriptor file(
-        ::openat(folder.get(), name.c_str(), kFileFlags | O_CREAT | O_EXCL, kSuperusersFile));
+    auto [folder, file] = makeRecord(records, name);
     if (!file) return {};
-    StagingRecord record(std::move(folder), name, std::move(file));
+    StagingRecord record(records, std::move(folder), name, std::move(file));
     // Somebody who looks for what was left behind may have met it before it was locked.
     if (!record.lock(LOCK_EX)) return {};
     const auto size = static_cast<ssize_t>(folderAbove.size());
@@ -71,7 +83,7 @@ StagingRecord StagingRecord::reopen(const Path& records, const std::string& name
     if (!folder) return {};
     Descriptor file(::openat(folder.get(), name.c_str(), kFileFlags));
     if (!file) return {};
-    StagingRecord record(std::move(folder), name, std::move(file));
+    StagingRecord record(records, std::move(folder), name, std::move(file));
     if (!record.lock(LOCK_EX | LOCK_NB)) return {};
     return record;
 }
@@ -100,7 +112,9 @@ Path StagingRecord::folderAbove() const {
 }
 
 void StagingRecord::strike() {
-    if (file_) ignore(::unlinkat(records_.get(), name_.c_str(), 0));
+    if (!file_) return;
+    ignore(::unlinkat(records_.get(), name_.c_str(), 0));
+    ignore(::rmdir(path_.c_str())); // the next record may have it made again
     file_.reset();
 }
 

@@ -24,9 +24,9 @@ struct StagingIdentity {
 /// Not known where the folder cannot be asked.
 StagingIdentity identityOf(int folder);
 
-/// One staging folder, written down in a folder that only the superuser can enter, under the
-/// staging folder's name. It is locked by each process that uses the staging folder, and the system
-/// unlocks it when these end, whatever ends them.
+/// One staging folder, written down in a folder that only the superuser can enter and that stands
+/// only as long as there is a record, under the staging folder's name. It is locked by each process
+/// that uses the staging folder, and the system unlocks it when these end, whatever ends them.
 class StagingRecord {
 public:
     /// Writes down the name of a folder that will be made in another. Where nothing can be written
@@ -46,10 +46,11 @@ public:
     void strike();
 
 private:
-    StagingRecord(Descriptor records, std::string name, Descriptor file);
+    StagingRecord(Path path, Descriptor records, std::string name, Descriptor file);
     /// Whether it is locked now, and nobody struck it out meanwhile.
     bool lock(int operation);
 
+    Path path_; ///< of the folder of records
     Descriptor records_;
     std::string name_;
     Descriptor file_;
