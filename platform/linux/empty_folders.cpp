@@ -7,7 +7,6 @@
 #include <fcntl.h>
 #include <linux/openat2.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "platform/FileManager.h"
@@ -27,11 +26,8 @@ struct Contents {
 /// Opens a folder in a folder for listing. What is mounted there is EXDEV, and is not reached: it
 /// could hang.
 Descriptor openFolder(int parent, const char* name) {
-    struct open_how how {};
-    how.flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-    how.resolve = RESOLVE_NO_XDEV | RESOLVE_NO_SYMLINKS;
-    return Descriptor(static_cast<int>(
-        retryInterrupted([&] { return syscall(SYS_openat2, parent, name, &how, sizeof how); })));
+    return openResolving(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC,
+                         RESOLVE_NO_XDEV | RESOLVE_NO_SYMLINKS);
 }
 
 /// Sorts an entry that the listing does not call a folder. ENOTEMPTY for what must stay.

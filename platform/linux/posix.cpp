@@ -6,6 +6,8 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace quorvane::platform::linux_ {
@@ -36,6 +38,14 @@ void Descriptor::reset() {
     const int kept = errno;
     ::close(release());
     errno = kept;
+}
+
+Descriptor openResolving(int folder, const char* path, int flags, std::uint64_t resolve) {
+    struct open_how how {};
+    how.flags = static_cast<unsigned>(flags);
+    how.resolve = resolve;
+    return Descriptor(static_cast<int>(
+        retryInterrupted([&] { return ::syscall(SYS_openat2, folder, path, &how, sizeof how); })));
 }
 
 Descriptor duplicate(const Descriptor& descriptor) {

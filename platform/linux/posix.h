@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cerrno>
+#include <cstdint>
 
 #include "platform/Values.h"
 
@@ -44,6 +45,10 @@ auto retryInterrupted(Call call) {
     while (result == -1 && errno == EINTR) result = call();
     return result;
 }
+
+/// Opens what a path leads to from a folder, keeping to RESOLVE_ flags on the way (openat2). Null
+/// with errno set.
+Descriptor openResolving(int folder, const char* path, int flags, std::uint64_t resolve);
 
 /// Another descriptor for the same; none where the process may have no more.
 Descriptor duplicate(const Descriptor& descriptor);

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 
 #include <linux/openat2.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <array>
@@ -43,11 +42,8 @@ bool renamePlace(const Place& source, const Place& destination, Replace replace)
 }
 
 Descriptor openBelow(int folder, const char* name) {
-    struct open_how how {};
-    how.flags = O_PATH | O_DIRECTORY | O_CLOEXEC;
-    how.resolve = RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
-    return Descriptor(static_cast<int>(
-        retryInterrupted([&] { return ::syscall(SYS_openat2, folder, name, &how, sizeof how); })));
+    return openResolving(folder, name, O_PATH | O_DIRECTORY | O_CLOEXEC,
+                         RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS);
 }
 
 Place openPlace(const char* operand, MakeMissing makeMissing) {

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <linux/openat2.h>
-#include <sys/syscall.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -20,11 +19,8 @@ constexpr mode_t kSuperuserOnly = 0700;
 
 /// Opens a folder in a folder for reading, on the same volume.
 Descriptor openOnVolume(int above, const char* name) {
-    struct open_how how {};
-    how.flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
-    how.resolve = RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS | RESOLVE_NO_XDEV;
-    return Descriptor(static_cast<int>(
-        retryInterrupted([&] { return ::syscall(SYS_openat2, above, name, &how, sizeof how); })));
+    return openResolving(above, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC,
+                         RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS | RESOLVE_NO_XDEV);
 }
 
 bool isEmpty(int folder) {

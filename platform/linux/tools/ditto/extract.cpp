@@ -10,7 +10,6 @@
 #include <fcntl.h>
 #include <linux/openat2.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "platform/linux/posix.h"
@@ -119,11 +118,9 @@ private:
     std::string placeRefusal(archive_entry* entry, const std::string& name) {
         const std::string_view listed = reader_.listed().name;
         const auto [known, isNew] = listedAs_.insert({name, listed});
-        open_how how{};
-        how.flags = O_PATH | O_NOFOLLOW | O_CLOEXEC;
-        how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS;
-        const Descriptor item(static_cast<int>(
-            ::syscall(SYS_openat2, staging_.folder().get(), name.c_str(), &how, sizeof how)));
+        const Descriptor item =
+            openResolving(staging_.folder().get(), name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC,
+                          RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS);
         if (!item && errno == ELOOP) return "lies beyond a link";
         if (!item && errno == ENOTDIR) return "lies beyond a file";
         if (!item || (!isNew && known->second == listed)) return "";
