@@ -1,12 +1,14 @@
 #include "platform/linux/trash.h"
 
 #include <fcntl.h>
+#include <linux/openat2.h>
 #include <sys/stat.h>
 
 #include <optional>
 #include <utility>
 
 #include "platform/UserIdentity.h"
+#include "platform/linux/authorization/link_free_path.h"
 #include "platform/linux/open_folders.h"
 #include "platform/linux/plain_path.h"
 #include "platform/linux/trash_info.h"
@@ -63,6 +65,14 @@ Path freePath(const Path& folder, const std::string& name) {
     return folder + "/" + name;
 }
 
+/// The folder of items. The superuser goes through none but the superuser's own links (ELOOP):
+/// through a user's, others could have their items moved, or what nobody was to move.
+Descriptor openSource(const Path& folder, const TrashOwner& owner) {
+    if (!owner.rights) return openFolder(AT_FDCWD, folder.c_str(), LastLink::follow);
+    return openResolving(AT_FDCWD, linkFreePath(folder).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC,
+                         RESOLVE_NO_SYMLINKS);
+}
+
 } // namespace
 
 Trash::Trash(std::shared_ptr<UserIdentity> identity) : identity_(std::move(identity)) {}
@@ -81,7 +91,7 @@ Result<Trash::Folder> Trash::homeTrash(const TrashOwner& owner) {
 Result<void> Trash::recycle(const Path& folder, const std::vector<std::string>& names) {
     const auto owner = trashOwner(*identity_);
     if (!owner) return systemError(ENOENT);
-    const Descriptor source = openFolder(AT_FDCWD, folder.c_str(), LastLink::follow);
+    const Descriptor source = openSource(folder, *owner);
     if (!source) return systemError();
 
     const auto home = homeTrash(*owner);

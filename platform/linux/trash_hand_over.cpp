@@ -53,7 +53,12 @@ void HandOver::handOver(Descriptor folder) {
     }
 }
 
+// A folder that others may not enter keeps its owner, with all below it: files in it may rely on
+// that, such as programs that run with the superuser's rights.
 void HandOver::enter(Descriptor folder) {
+    struct stat status {};
+    if (::fstat(folder.get(), &status) == -1) return;
+    if (status.st_uid != uid_ && (status.st_mode & S_IXOTH) == 0) return;
     const Result<FolderIdentity> identity = identify(folder);
     if (!identity) return;
     if (trail_.depth() > 0 && !areOnOneMount(identity.value(), trail_.identity())) return;

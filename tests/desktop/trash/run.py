@@ -453,6 +453,26 @@ class TrashTest(unittest.TestCase):
                 self.assertEqual((names_in(folder), names_in(secret)), (["a"], []))
         shutil.rmtree(WORLD.home / ".local")
 
+    def test_the_superuser_goes_through_no_link_of_a_user(self):
+        WORLD.console(USER)
+        folder, elsewhere = WORLD.fresh_folder(), WORLD.fresh_folder(owner=0)
+        write(elsewhere / "a", owner=0)
+        os.symlink(elsewhere, folder / "link")
+        os.lchown(folder / "link", UID, UID)
+        self.assertEqual(WORLD.recycle_as_root(folder / "link", "a"), "Too many levels of symbolic links")
+        self.assertEqual(names_in(elsewhere), ["a"])
+
+    def test_a_folder_that_only_the_superuser_may_enter_stays_so(self):
+        WORLD.console(USER)
+        folder = WORLD.fresh_folder(owner=0)
+        make_tree(folder / "A.app", owner=0)
+        write(folder / "A.app/Contents/program", owner=0, mode=0o4755)
+        os.chmod(folder / "A.app/Contents", 0o700)
+        self.assertEqual(WORLD.recycle_as_root(folder, "A.app"), "ok")
+        closed = WORLD.trash / "files/A.app/Contents"
+        self.assertEqual((closed.parent.stat().st_uid, closed.stat().st_uid), (UID, 0))
+        WORLD.empty_by_hand()
+
     def test_what_a_hard_link_shares_keeps_its_owner(self):
         WORLD.console(USER)
         folder, elsewhere = WORLD.fresh_folder(), WORLD.fresh_folder(owner=0)

@@ -50,6 +50,15 @@ TEST_F(TrashHandOver, GivesFoldersAndNothingElse) {
     EXPECT_EQ(ownerOf("elsewhere"), 0U);
 }
 
+TEST_F(TrashHandOver, GivesNoFolderThatOnlyItsOwnerMayEnter) {
+    scratch_.addFile("item/closed/below/file");
+    ASSERT_EQ(chmod((scratch_ / "item/closed").c_str(), 0750), 0);
+    handOver("item");
+    EXPECT_EQ(ownerOf("item"), kOrdinaryUser);
+    EXPECT_EQ(ownerOf("item/closed"), 0U);
+    EXPECT_EQ(ownerOf("item/closed/below"), 0U);
+}
+
 TEST_F(TrashHandOver, GivesNoBoundFolder) {
     scratch_.addFolder("elsewhere/below");
     for (const char* name : {"item/a", "item/bound", "item/z"}) scratch_.addFolder(name);
