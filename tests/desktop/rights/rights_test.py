@@ -228,7 +228,7 @@ class Session(WithAdministration):
         with ServiceClient() as client:
             self.assertEqual(client.login(ADMINISTRATOR), GRANTED)
             wait_until(lambda: not left())
-        self.assertEqual(os.listdir("/var/lib/quorvane-privileged-helper"), [])
+        wait_until(lambda: not os.path.exists("/var/lib/quorvane-privileged-helper"))
 
     def test_the_helper_has_nothing_of_its_client(self):
         (helper,) = processes(HELPER)
