@@ -25,8 +25,8 @@ public:
         : next_(std::move(next)), line_(std::move(line)) {}
 
     void log(const std::string& message) override {
-        const std::lock_guard lock(mutex_);
-        if (heard_.insert(message).second) line_->interrupt([&] { next_->log(message); });
+        // Unlocked by then: whoever has interrupted the line asks what was heard.
+        if (hear(message)) line_->interrupt([&] { next_->log(message); });
     }
     bool hasHeard(const std::string& message) const {
         const std::lock_guard lock(mutex_);
@@ -38,6 +38,12 @@ public:
     }
 
 private:
+    /// Whether it is new.
+    bool hear(const std::string& message) {
+        const std::lock_guard lock(mutex_);
+        return heard_.insert(message).second;
+    }
+
     const std::shared_ptr<platform::ConsoleLog> next_;
     const std::shared_ptr<ProgressLine> line_;
     mutable std::mutex mutex_; ///< guards the messages
