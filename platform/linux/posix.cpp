@@ -38,9 +38,8 @@ void Descriptor::reset() {
     errno = kept;
 }
 
-Descriptor duplicate(const Descriptor& descriptor) {
-    return Descriptor(fcntl(descriptor.get(), F_DUPFD_CLOEXEC, 0));
-}
+Descriptor duplicate(int descriptor) { return Descriptor(fcntl(descriptor, F_DUPFD_CLOEXEC, 0)); }
+Descriptor duplicate(const Descriptor& descriptor) { return duplicate(descriptor.get()); }
 
 Result<ItemPlace> openParent(const Path& path) {
     const Result<Path> plain = systemPath(path);

@@ -46,6 +46,7 @@ auto retryInterrupted(Call call) {
 }
 
 /// Another descriptor for the same; none where the process may have no more.
+Descriptor duplicate(int descriptor);
 Descriptor duplicate(const Descriptor& descriptor);
 
 /// The folder that holds an item, opened as a place only (O_PATH), and the item's name there.

@@ -57,7 +57,6 @@ private:
     static Result<TrashFolder> open(int parent, const char* name, const TrashOwner& owner);
 
     Result<void> writeInfo(const std::string& name, const std::string& content) const;
-    bool move(const TrashItem& item, const std::string& name) const;
     void handOver(int item, const std::string& name) const;
     std::string recordedPath(const TrashItem& item) const;
 
