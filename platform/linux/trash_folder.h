@@ -46,7 +46,7 @@ public:
     Result<void> take(const TrashItem& item) const;
 
     /// Writes the info of an item that another program is about to put into the files folder, under
-    /// a name that is free in both folders, the name given where it can be. Answers the name.
+    /// a name that is free in both folders, the name given where it can be. Returns the name.
     Result<std::string> reserve(const Path& item, const std::string& name) const;
     /// Takes back the info of an item that did not come.
     void withdraw(const std::string& name) const;
