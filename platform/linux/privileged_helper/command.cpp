@@ -8,11 +8,11 @@ namespace quorvane::platform::linux_::helper {
 namespace {
 
 struct Form {
-    Job job;
-    const char* tool;
-    std::array<const char*, 3> asked; ///< the options of the request, to the letter
-    const char* given;                ///< what the tool gets for them
-    std::uint32_t operandCount;
+    Job job = Job::remove;
+    const char* tool = nullptr;
+    std::array<const char*, 3> asked{}; ///< the options of the request, to the letter
+    const char* given = nullptr;        ///< what the tool gets for them
+    std::uint32_t operandCount = 0;
     Replace replace = Replace::yes;
 };
 
