@@ -89,10 +89,14 @@ private:
     }
 
     void trashFound(const MaybePath& application) {
-        if (application && mayMoveWithRights(*application))
+        if (!application) return;
+        if (mayMoveWithRights(*application))
             controller_.trashFile(application);
-        else if (!runsAsSuperuser()) // who cannot do without rights leaves it alone
+        else if (!runsAsSuperuser())
             controller_.trashFile(application, ShouldAuth::no);
+        else // who cannot do without rights
+            reportFailure("Unable to move %@ to the Trash: %@", *application,
+                          "others than the superuser decide what is there");
     }
 
     void trashApplications() {

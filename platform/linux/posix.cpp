@@ -48,9 +48,8 @@ Descriptor openResolving(int folder, const char* path, int flags, std::uint64_t 
         retryInterrupted([&] { return ::syscall(SYS_openat2, folder, path, &how, sizeof how); })));
 }
 
-Descriptor duplicate(const Descriptor& descriptor) {
-    return Descriptor(fcntl(descriptor.get(), F_DUPFD_CLOEXEC, 0));
-}
+Descriptor duplicate(int descriptor) { return Descriptor(fcntl(descriptor, F_DUPFD_CLOEXEC, 0)); }
+Descriptor duplicate(const Descriptor& descriptor) { return duplicate(descriptor.get()); }
 
 Result<ItemPlace> openParent(const Path& path) {
     const Result<Path> plain = systemPath(path);

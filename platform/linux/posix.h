@@ -51,6 +51,7 @@ auto retryInterrupted(Call call) {
 Descriptor openResolving(int folder, const char* path, int flags, std::uint64_t resolve);
 
 /// Another descriptor for the same; none where the process may have no more.
+Descriptor duplicate(int descriptor);
 Descriptor duplicate(const Descriptor& descriptor);
 
 /// The folder that holds an item, opened as a place only (O_PATH), and the item's name there.

@@ -12,6 +12,7 @@
 #include "platform/linux/open_folders.h"
 #include "platform/linux/plain_path.h"
 #include "platform/linux/trash_info.h"
+#include "platform/linux/trash_places.h"
 
 namespace quorvane::platform::linux_ {
 namespace {
@@ -35,25 +36,6 @@ std::pair<Path, std::string> split(const Path& path) {
     const auto slash = path.rfind('/');
     if (slash == Path::npos) return {".", path};
     return {slash == 0 ? "/" : path.substr(0, slash), path.substr(slash + 1)};
-}
-
-// Where a folder stands, links resolved; null where it cannot be opened.
-MaybePath realPath(const Path& folder) {
-    const Descriptor opened = openFolder(AT_FDCWD, folder.c_str(), LastLink::follow);
-    if (!opened) return std::nullopt;
-    auto path = pathOf(opened.get());
-    return path ? MaybePath(std::move(path.value())) : std::nullopt;
-}
-
-bool liesWithin(const Path& folder, const MaybePath& top) {
-    return top && (folder + "/").starts_with(*top + "/");
-}
-
-bool liesInTrashOfVolume(const Path& folder, uid_t user) {
-    const std::string number = std::to_string(user);
-    const Path ended = folder + "/";
-    return ended.find("/.Trash-" + number + "/files/") != Path::npos ||
-           ended.find("/.Trash/" + number + "/files/") != Path::npos;
 }
 
 // A free name in a folder; the name itself where none is found.
@@ -118,22 +100,15 @@ Result<void> Trash::recycle(const Path& folder, const std::vector<std::string>& 
 }
 
 bool Trash::holds(const Path& destination) {
-    const Path folder = split(destination).first;
-    return homeTrashWithFilesAt(folder) || isInAnyTrash(folder);
-}
-
-bool Trash::isInAnyTrash(const Path& folder) {
-    const auto owner = trashOwner(*identity_);
-    const MaybePath place = owner ? realPath(folder) : std::nullopt;
-    return place && (liesWithin(*place, realPath(owner->dataHome + "/Trash/files")) ||
-                     liesWithin(*place, realPath(owner->home + "/.Trash")) ||
-                     liesInTrashOfVolume(*place, owner->uid));
+    // The home Trash first, which is made if missing.
+    return homeTrashWithFilesAt(split(destination).first) ||
+           liesInTrash(destination, trashOwner(*identity_)).value_or(false);
 }
 
 TrashAnnouncement Trash::announce(const Path& item, const Path& destination) {
     const auto [folder, name] = split(destination);
     const auto home = homeTrashWithFilesAt(folder);
-    if (!home) return {isInAnyTrash(folder) ? freePath(folder, name) : destination};
+    if (!home) return {holds(destination) ? freePath(folder, name) : destination};
     const auto files = home->filesPath();
     if (!files) return {destination};
     const auto reserved = home->reserve(item, name);

@@ -33,13 +33,13 @@ public:
     /// Trash.
     Result<void> recycle(const Path& folder, const std::vector<std::string>& names);
 
-    /// Whether a destination lies in the user's Trash, at any depth: in the home Trash, in
-    /// `~/.Trash` whatever that is, or in a volume's.
+    /// Whether a destination lies in a Trash, at any depth: in the user's own, in `~/.Trash`
+    /// whatever that is, in a volume's or in another user's.
     bool holds(const Path& destination);
     /// Prepares for a tool that will itself move the item to a destination in the Trash, where
-    /// nothing is replaced: answers a path under a name that is free there. In the home Trash that
+    /// nothing is replaced: returns a path under a name that is free there. In the home Trash that
     /// has no links, and the item's info is written, so that the desktop can put it back. Any other
-    /// destination is answered as it is.
+    /// destination is returned as it is.
     TrashAnnouncement announce(const Path& item, const Path& destination);
     /// Takes an announced item's info back if nothing came to its destination.
     void withdraw(const TrashAnnouncement& announced);
@@ -49,7 +49,6 @@ public:
 private:
     using Folder = std::shared_ptr<const TrashFolder>;
 
-    bool isInAnyTrash(const Path& folder);
     Result<Folder> homeTrash(const TrashOwner& owner);
     Folder homeTrashWithFilesAt(const Path& folder);
 

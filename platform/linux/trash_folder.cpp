@@ -1,13 +1,12 @@
 #include "platform/linux/trash_folder.h"
 
 #include <fcntl.h>
-#include <linux/fs.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <ctime>
 
+#include "platform/linux/file_moving.h"
 #include "platform/linux/mount_table.h"
 #include "platform/linux/open_folders.h"
 #include "platform/linux/trash_hand_over.h"
@@ -143,21 +142,6 @@ Result<std::string> TrashFolder::reserve(const Path& item, const std::string& na
     return error;
 }
 
-bool TrashFolder::move(const TrashItem& item, const std::string& name) const {
-    const char* from = item.name.c_str();
-    if (::renameat2(item.folder, from, files_.get(), name.c_str(), RENAME_NOREPLACE) == 0)
-        return true;
-    if (errno != EINVAL) return false;
-    // Network file systems cannot rename without replacing. There the info file, which is made for
-    // one program alone, reserves the name.
-    struct stat status {};
-    if (::fstatat(files_.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
-        errno = EEXIST;
-        return false;
-    }
-    return ::renameat(item.folder, from, files_.get(), name.c_str()) == 0;
-}
-
 Result<void> TrashFolder::take(const TrashItem& item) const {
     if (!isNameOfItem(item.name)) return systemError(EINVAL);
     if (auto checked = checkHoldsNoMount(item.folder, item.name.c_str()); !checked) return checked;
@@ -172,11 +156,13 @@ Result<void> TrashFolder::take(const TrashItem& item) const {
         const std::string name = trashNameToTry(item.name, attempt);
         if (const auto written = writeInfo(name, info); !written) {
             error = written.error();
-        } else if (move(item, name)) {
+        } else if (const auto moved =
+                       renameItem({duplicate(item.folder), item.name}, {duplicate(files_), name});
+                   moved) {
             if (held) handOver(held.get(), name);
             return {};
         } else {
-            error = systemError();
+            error = moved.error();
             withdraw(name);
         }
         if (error.code != EEXIST) break;

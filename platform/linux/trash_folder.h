@@ -46,7 +46,7 @@ public:
     Result<void> take(const TrashItem& item) const;
 
     /// Writes the info of an item that another program is about to put into the files folder, under
-    /// a name that is free in both folders, the name given where it can be. Answers the name.
+    /// a name that is free in both folders, the name given where it can be. Returns the name.
     Result<std::string> reserve(const Path& item, const std::string& name) const;
     /// Takes back the info of an item that did not come.
     void withdraw(const std::string& name) const;
@@ -57,7 +57,6 @@ private:
     static Result<TrashFolder> open(int parent, const char* name, const TrashOwner& owner);
 
     Result<void> writeInfo(const std::string& name, const std::string& content) const;
-    bool move(const TrashItem& item, const std::string& name) const;
     void handOver(int item, const std::string& name) const;
     std::string recordedPath(const TrashItem& item) const;
 

@@ -35,7 +35,10 @@ std::optional<VolumePlace> placeOf(int folder, const std::vector<Mount>& mounts)
     if (!path || ::statx(folder, "", AT_EMPTY_PATH, STATX_MNT_ID, &status) == -1)
         return std::nullopt;
     const auto mount = std::ranges::find(mounts, status.stx_mnt_id, &Mount::id);
-    if (mount == mounts.end() || !isWithin(path.value(), mount->point)) return std::nullopt;
+    // The mount that holds the root of a process is not told where that is no mount point.
+    if (mount == mounts.end())
+        return VolumePlace{"mount " + std::to_string(status.stx_mnt_id), path.value()};
+    if (!isWithin(path.value(), mount->point)) return std::nullopt;
     return VolumePlace{mount->volume, plainPath(onVolume(*mount, path.value()))};
 }
 
@@ -74,12 +77,13 @@ std::vector<Path> trashesOf(const TrashOwner& owner) {
 
 } // namespace
 
-bool isInTrash(const Path& path, const std::optional<TrashOwner>& owner) {
+std::optional<bool> liesInTrash(const Path& path, const std::optional<TrashOwner>& owner) {
     const Descriptor above = openFolderAbove(path);
     if (!above) return false; // there is no such item
     const auto mounts = currentMounts();
     const auto place = mounts ? placeOf(above.get(), mounts.value()) : std::nullopt;
-    if (!place || leadsThroughTrash(place->path)) return true; // also where nobody can tell
+    if (!place) return std::nullopt;
+    if (leadsThroughTrash(place->path)) return true;
     if (!owner) return false;
     return std::ranges::any_of(trashesOf(*owner), [&](const Path& folder) {
         const Descriptor trash = openFolder(AT_FDCWD, folder.c_str(), LastLink::follow);

@@ -15,6 +15,15 @@
 
 namespace quorvane::platform::linux_ {
 
+namespace {
+
+/// Where nobody can tell, an item is taken for one that is in a Trash, which leaves it alone.
+bool isInTrashOf(const std::optional<TrashOwner>& owner, const Path& path) {
+    return liesInTrash(path, owner).value_or(true);
+}
+
+} // namespace
+
 LinuxWorkspace::LinuxWorkspace(std::shared_ptr<UserIdentity> identity,
                                std::shared_ptr<PropertyLists> propertyLists,
                                std::shared_ptr<ChangeNotices> notices)
@@ -27,12 +36,12 @@ Result<void> LinuxWorkspace::recycle(const Path& sourceFolder, const Path&,
 }
 
 bool LinuxWorkspace::isInTrash(const Path& path) {
-    return linux_::isInTrash(path, trashOwner(*identity_));
+    return isInTrashOf(trashOwner(*identity_), path);
 }
 
 MaybePath LinuxWorkspace::bundlePath(const std::string& identifier) {
     const auto owner = trashOwner(*identity_);
-    const auto isOffered = [&](const Path& bundle) { return !linux_::isInTrash(bundle, owner); };
+    const auto isOffered = [&](const Path& bundle) { return !isInTrashOf(owner, bundle); };
     if (owner) {
         auto path =
             registeredBundle(owner->dataHome + "/applications", identifier, *propertyLists_);

@@ -173,6 +173,9 @@ TEST_F(FoundApplication, StaysWhereTheSuperuserCannotDoWithoutRights) {
     run(kOn, kOff);
     EXPECT_TRUE(system.disk->contains("/Registered/com.quorvane.Refresher.app"));
     EXPECT_FALSE(system.disk->contains("/Applications/Quorvane/Quorvane Refresher.app"));
+    EXPECT_THAT(system.consoleLog->messages(),
+                ::testing::Contains("Unable to move /Registered/com.quorvane.Refresher.app to the "
+                                    "Trash: others than the superuser decide what is there"));
 }
 
 TEST_F(FoundApplication, IsTakenByTheSuperuserOutOfTheSuperusersApplicationsFolder) {

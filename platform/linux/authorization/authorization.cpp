@@ -184,7 +184,7 @@ AuthorizationStatus LinuxAuthorization::startWithPolkit(OpaqueAuthorization& aut
 
 AuthorizationStatus LinuxAuthorization::startWithDialog(OpaqueAuthorization& authorization) {
     const auto watch = PolkitWatch::start(programs_.passwordAgent);
-    return watch ? startWithPolkit(authorization, *watch) : kAuthorizationDenied;
+    return watch ? startWithPolkit(authorization, *watch) : kAuthorizationInternal;
 }
 
 AuthorizationStatus

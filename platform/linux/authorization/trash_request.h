@@ -14,7 +14,7 @@ inline constexpr int kTrashAttempts = 5;
 
 /// Has a move or a copy that ends in the Trash replace nothing there: the arguments become those of
 /// the form that replaces nothing, with a free name for a moved item, which is written down in the
-/// Trash. Other arguments, and other tools, stay as they are. Answers what is announced.
+/// Trash. Other arguments, and other tools, stay as they are. Returns what is announced.
 std::optional<TrashAnnouncement> announceInTrash(Trash& trash, const Path& tool,
                                                  Arguments& arguments);
 

@@ -8,11 +8,11 @@ namespace quorvane::platform::linux_::helper {
 namespace {
 
 struct Form {
-    Job job;
-    const char* tool;
-    std::array<const char*, 3> asked; ///< the options of the request, to the letter
-    std::array<const char*, 2> given; ///< what the tool gets for them
-    std::uint32_t operandCount;
+    Job job = Job::remove;
+    const char* tool = nullptr;
+    std::array<const char*, 3> asked{}; ///< the options of the request, to the letter
+    const char* given = nullptr;        ///< what the tool gets for them
+    std::uint32_t operandCount = 0;
     Replace replace = Replace::yes;
 };
 
@@ -20,15 +20,15 @@ struct Form {
 // -nT: the same without replacing anything, as the Trash asks for.
 // -h: of a link the link itself is touched.
 constexpr std::array<Form, 9> kForms{{
-    {Job::remove, "/bin/rm", {"-Rdf"}, {}, 1},
-    {Job::remove, "/bin/rm", {"-R", "-f"}, {}, 1},
-    {Job::removeEmptyFolders, "/bin/rmdir", {}, {}, 1},
-    {Job::move, "/bin/mv", {"-f"}, {}, 2},
-    {Job::move, "/bin/mv", {"-nT"}, {}, 2, Replace::no},
-    {Job::copy, "/bin/cp", {"-f", "-p", "-R"}, {}, 2},
-    {Job::copy, "/bin/cp", {"-nT", "-p", "-R"}, {}, 2, Replace::no},
-    {Job::makeFolder, "/bin/mkdir", {"-p"}, {"-p"}, 1},
-    {Job::touch, "/usr/bin/touch", {"-c"}, {"-ch"}, 1},
+    {Job::remove, "/bin/rm", {"-Rdf"}, nullptr, 1},
+    {Job::remove, "/bin/rm", {"-R", "-f"}, nullptr, 1},
+    {Job::removeEmptyFolders, "/bin/rmdir", {}, nullptr, 1},
+    {Job::move, "/bin/mv", {"-f"}, nullptr, 2},
+    {Job::move, "/bin/mv", {"-nT"}, nullptr, 2, Replace::no},
+    {Job::copy, "/bin/cp", {"-f", "-p", "-R"}, nullptr, 2},
+    {Job::copy, "/bin/cp", {"-nT", "-p", "-R"}, nullptr, 2, Replace::no},
+    {Job::makeFolder, "/bin/mkdir", {"-p"}, "-p", 1},
+    {Job::touch, "/usr/bin/touch", {"-c"}, "-ch", 1},
 }};
 
 std::uint32_t optionCount(const Form& form) {
@@ -65,7 +65,7 @@ Command readCommand(const Request& request) {
         if (!asksFor(request, form)) continue;
         command.job = form.job;
         command.tool = form.tool;
-        command.options = form.given;
+        command.option = form.given;
         command.replace = form.replace;
         command.operandCount = form.operandCount;
         const auto* const first = request.texts.begin() + 1 + optionCount(form);

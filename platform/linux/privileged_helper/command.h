@@ -14,8 +14,8 @@ struct Command {
     int error = 0; ///< why the request is no command; 0 if it is one
     Job job = Job::remove;
     const char* tool = nullptr; ///< null where the options are those of no command
-    /// What the tool gets: the options asked for and those that keep it to the operands as named.
-    std::array<const char*, 2> options{};
+    /// What the tool gets for the options asked for; null where the helper does the work itself.
+    const char* option = nullptr;
     Replace replace = Replace::yes; ///< whether what stands at the destination gives way
     std::uint32_t operandCount = 0;
     std::array<const char*, 2> operands{}; ///< plain absolute paths, in the request's message

@@ -96,7 +96,7 @@ Started start(const Command& command, const ProtectedFolders* protectedFolders, 
     if (command.job == Job::copy) return copy(command, places[0], places[1], records);
     if (command.job == Job::remove) return remove(places[0]);
     if (command.job == Job::removeEmptyFolders) return removeFolders(places[0]);
-    return startedChild(startTool(command.tool, command.options, {places.data()}, output));
+    return startedChild(startTool(command.tool, command.option, places[0], output));
 }
 
 } // namespace quorvane::platform::linux_::helper

@@ -1,6 +1,7 @@
 // Commands carried out.
 #pragma once
 
+#include "platform/linux/privileged_helper/command.h"
 #include "platform/linux/privileged_helper/protected_folders.h"
 #include "platform/linux/privileged_helper/tool.h"
 

@@ -72,9 +72,7 @@ bool FolderMerge::move(const std::string& name) {
     const int from = sources_.folder();
     const int into = destinations_.folder();
     if (!isFolder(name)) return renameat(from, name.c_str(), into, name.c_str()) == 0;
-    const ItemPlace source{Descriptor(fcntl(from, F_DUPFD_CLOEXEC, 0)), name};
-    const ItemPlace destination{Descriptor(fcntl(into, F_DUPFD_CLOEXEC, 0)), name};
-    const Result<void> moved = renameItem(source, destination);
+    const Result<void> moved = renameItem({duplicate(from), name}, {duplicate(into), name});
     if (moved) return true;
     return moved.error().code == EEXIST && enter(from, name.c_str(), into, name.c_str());
 }

@@ -14,23 +14,17 @@
 #include "platform/linux/privileged_helper/staging_folder.h"
 #include "platform/linux/privileged_helper/tool.h"
 #include "platform/linux/privileged_helper/tree_search.h"
+#include "platform/linux/superusers_places.h"
 
 namespace quorvane::platform::linux_::helper {
 namespace {
 
-constexpr mode_t kOthersWrite = S_IWGRP | S_IWOTH;
-
-/// Whether others than the superuser can change what stands in a folder.
-bool isOpenToOthers(const struct stat& folder) {
-    return folder.st_uid != 0 || (folder.st_mode & kOthersWrite) != 0;
-}
-
 /// Whether nobody can put anything in the way of a merge.
 bool mayBeMergedInto(const Place& place) {
     struct stat above {};
-    if (::fstat(place.folder.get(), &above) == -1 || isOpenToOthers(above)) return false;
+    if (::fstat(place.folder.get(), &above) == -1 || !isSuperusersAlone(above)) return false;
     return !holdsAny(itemAt(place), [](int /*folder*/, const char* /*name*/, const auto& status) {
-        return S_ISDIR(status.st_mode) && isOpenToOthers(status);
+        return S_ISDIR(status.st_mode) && !isSuperusersAlone(status);
     });
 }
 

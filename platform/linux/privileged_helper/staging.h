@@ -12,7 +12,7 @@ namespace quorvane::platform::linux_::helper {
 /// link, and copied into a folder of the superuser's own beside the destination; what has arrived
 /// there whole is renamed to the destination. What is moved goes only then. A copy onto a folder is
 /// merged into it where only the superuser can change anything in it. The staging folder is written
-/// down in the folder of records. Answers the process that sees to it, or -1 with errno set: EISDIR
+/// down in the folder of records. Returns the process that sees to it, or -1 with errno set: EISDIR
 /// where another folder is at the destination.
 pid_t startStaged(const Command& command, const Place& source, const Place& destination,
                   const Path& records);

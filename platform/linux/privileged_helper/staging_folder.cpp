@@ -94,8 +94,8 @@ StagingFolder::StagingFolder(const Place& beside, const Path& folderAbove, const
 
 void StagingFolder::remove() {
     if (folder_) empty(folder_.get());
-    ignore(::unlinkat(beside_.folder.get(), name_.c_str(), AT_REMOVEDIR));
-    record_.strike();
+    const int above = beside_.folder.get();
+    if (::unlinkat(above, name_.c_str(), AT_REMOVEDIR) == 0 || errno == ENOENT) record_.strike();
 }
 
 void removeLeftovers(const Path& records) {

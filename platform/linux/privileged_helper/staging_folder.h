@@ -16,7 +16,7 @@ public:
 
     explicit operator bool() const { return static_cast<bool>(folder_); }
     const Descriptor& folder() const { return folder_; }
-    /// Removes it with everything in it.
+    /// Removes it with everything in it. Where that fails it stays on record for a later session.
     void remove();
 
 private:

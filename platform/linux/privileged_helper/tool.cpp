@@ -7,40 +7,16 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <climits>
+#include <array>
 #include <csignal>
-#include <cstdio>
+#include <string>
 
 #include "platform/linux/pidfd.h"
 
 namespace quorvane::platform::linux_::helper {
 namespace {
 
-constexpr std::size_t kMaximumOperands = 2;
 constexpr int kSignalBase = 128; // as shells tell signals from exit statuses
-
-/// Arguments as exec takes them; operands lead through the open folders.
-class ArgumentList {
-public:
-    explicit ArgumentList(const char* tool) { add(tool); }
-    void add(const char* text) {
-        // exec takes them as variable and changes none.
-        if (text != nullptr) texts_.at(count_++) = const_cast<char*>(text);
-    }
-    void addOperand(const Place& place) {
-        auto& path = paths_.at(operandCount_++);
-        std::snprintf(path.data(), path.size(), "/proc/self/fd/%d/%s", place.folder.get(),
-                      place.name);
-        add(path.data());
-    }
-    char* const* get() { return texts_.data(); }
-
-private:
-    std::array<char*, 8> texts_{};
-    std::size_t count_ = 0;
-    std::array<std::array<char, NAME_MAX + 32>, kMaximumOperands> paths_{};
-    std::size_t operandCount_ = 0;
-};
 
 /// The tool's signals all do what they do by default, but that a reader of its output who has gone
 /// does not end it half-way.
@@ -56,28 +32,26 @@ void setSignals(posix_spawnattr_t& attributes) {
 
 } // namespace
 
-pid_t startTool(const char* tool, const std::array<const char*, 2>& options,
-                std::initializer_list<const Place*> operands, int output) {
-    ArgumentList arguments(tool);
-    for (const char* option : options) arguments.add(option);
-    arguments.add("--");
+pid_t startTool(const char* tool, const char* option, const Place& operand, int output) {
+    const int folder = operand.folder.get();
+    const std::string path = "/proc/self/fd/" + std::to_string(folder) + "/" + operand.name;
+    const std::array<const char*, 5> arguments{tool, option, "--", path.c_str(), nullptr};
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    for (const Place* place : operands) {
-        arguments.addOperand(*place);
-        // Onto itself: the child keeps it beyond exec.
-        posix_spawn_file_actions_adddup2(&actions, place->folder.get(), place->folder.get());
-    }
+    // Onto itself: the child keeps it beyond exec.
+    posix_spawn_file_actions_adddup2(&actions, folder, folder);
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     setSignals(attributes);
 
     pid_t child = -1;
-    const int error = posix_spawn(&child, tool, &actions, &attributes, arguments.get(), environ);
+    // exec takes the arguments as variable and changes none.
+    const int error = posix_spawn(&child, tool, &actions, &attributes,
+                                  const_cast<char* const*>(arguments.data()), environ);
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     if (error == 0) return child;

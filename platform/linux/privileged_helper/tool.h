@@ -4,17 +4,15 @@
 #include <sys/types.h>
 
 #include <functional>
-#include <initializer_list>
 
-#include "platform/linux/privileged_helper/command.h"
 #include "platform/linux/privileged_helper/place.h"
 
 namespace quorvane::platform::linux_::helper {
 
-/// Starts a tool on operands that it reaches through the folders held open for it, with its output
-/// going to the descriptor. It has nothing else of this process. -1 with errno set when it cannot.
-pid_t startTool(const char* tool, const std::array<const char*, 2>& options,
-                std::initializer_list<const Place*> operands, int output);
+/// Starts a tool with an option on an operand that it reaches through the folder held open for it,
+/// with its output going to the descriptor. It has nothing else of this process. -1 with errno set
+/// when it cannot.
+pid_t startTool(const char* tool, const char* option, const Place& operand, int output);
 
 /// Starts work of the helper's own in a child process, which ends with the exit status that the
 /// work returns. -1 with errno set when it cannot.

@@ -97,18 +97,22 @@ TEST_F(TrashAnnouncementTest, HoldsWhatLiesInIt) {
     const Path foreign = std::to_string(::geteuid() + 1);
     scratch.addFolder("volume/.Trash-" + number + "/files");
     scratch.addFolder("volume/.Trash/" + number + "/files/folder");
-    scratch.addFolder("volume/.Trash/" + number + "/other");
+    scratch.addFolder("volume/.Trash-" + foreign + "/files");
     const Path home = *identity->home;
     for (const Path& destination :
          {home + "/.Trash/a", files + "/a", files + "/folder/deep/a", home + "/.Trash/folder/a",
-          scratch / "volume/.Trash-" + number + "/files/a",
+          trashFolder + "/a", infos + "/a", scratch / "volume/.Trash-" + number + "/files/a",
+          scratch / "volume/.Trash-" + foreign + "/files/a",
           scratch / "volume/.Trash/" + number + "/files/folder/a"})
         EXPECT_TRUE(trash.holds(destination)) << destination;
     for (const Path& destination :
-         {home + "/a", home + "/.Trash", trashFolder + "/a", infos + "/a", files + "/missing/a",
-          scratch / "volume/.Trash/" + number + "/other/a",
-          scratch / "volume/.Trash-" + foreign + "/files/a", Path("a"), Path()})
+         {home + "/a", home + "/.Trash", files + "/missing/a", scratch / "volume/a",
+          scratch / "volume/.Trash-" + number, Path("a"), Path()})
         EXPECT_FALSE(trash.holds(destination)) << destination;
+}
+
+TEST_F(TrashAnnouncementTest, HoldsTheFirstItemThatComes) {
+    EXPECT_TRUE(trash.holds(*identity->home + "/.Trash/a"));
 }
 
 TEST_F(TrashAnnouncementTest, AnItemThatDidNotComeIsWithdrawn) {

@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 
 class TrashPlaces : public quorvane::testing::TrashFixture {
 protected:
-    bool isTrashed(const Path& path) { return isInTrash(path, trashOwner(*identity)); }
+    bool isTrashed(const Path& path) { return liesInTrash(path, trashOwner(*identity)).value(); }
 };
 
 TEST_F(TrashPlaces, AreBelowTheHomesTrash) {
@@ -125,6 +125,24 @@ TEST_F(TrashPlaces, AreKnownWhereTheyAreMountedAgain) {
         quorvane::testing::mountVolume("tmpfs", point, {});
         fs::create_directories(point + scratch.path() + "/data/Trash/files/a");
         EXPECT_FALSE(isTrashed(point + scratch.path() + "/data/Trash/files/a"));
+    });
+}
+
+/// Whose mounts the system does not tell.
+TEST_F(TrashPlaces, AreKnownToAProcessWithARootOfItsOwn) {
+    QV_NEEDS_SUPERUSER();
+    scratch.addFile("source/a");
+    scratch.addFile("source/b");
+    scratch.addFile(".Trash-1000/files/a");
+    scratch.addFolder("proc");
+    ASSERT_EQ(recycle({"a"}), 0);
+    quorvane::testing::inPrivateMounts([&] {
+        quorvane::testing::mountVolume("proc", scratch / "proc");
+        ASSERT_EQ(::chroot(scratch.path().c_str()), 0);
+        identity->home = "/home";
+        EXPECT_TRUE(isTrashed("/home/.local/share/Trash/files/a"));
+        EXPECT_TRUE(isTrashed("/.Trash-1000/files/a"));
+        EXPECT_FALSE(isTrashed("/source/b"));
     });
 }
 

@@ -11,6 +11,7 @@
 #include <functional>
 #include <thread>
 
+#include "platform/linux/privileged_helper/staging_folder.h"
 #include "tests/platform/linux/child_process.h"
 #include "tests/platform/linux/privileged_helper/helper_process.h"
 #include "tests/platform/linux/privileged_helper/ownerless_volume.h"
@@ -21,7 +22,8 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
-using platform::linux_::helper::AnswerKind;
+namespace helper = platform::linux_::helper;
+using helper::AnswerKind;
 
 bool waitUntil(const std::function<bool()>& question) {
     for (int times = 0; times < 6000; ++times) {
@@ -145,6 +147,23 @@ TEST_F(Leftovers, KeepWhatIsMountedInThem) {
         serveSession();
         EXPECT_EQ(contentOf(scratch_ / "precious/file"), "content");
     });
+}
+
+TEST_F(Leftovers, ThatCouldNotBeRemovedAtOnceAreRemovedLater) {
+    inPrivateMounts([&] {
+        const Path destination = folder_ + "/copy";
+        const helper::Place beside =
+            helper::openPlace(destination.c_str(), helper::MakeMissing::no);
+        helper::StagingFolder unfinished(beside, folder_, records_);
+        ASSERT_TRUE(unfinished);
+        fs::create_directory(staging() + "/mounted");
+        bindFolder(scratch_.addFolder("precious"), staging() + "/mounted");
+        unfinished.remove();
+    });
+    ASSERT_FALSE(staging().empty());
+    serveSession();
+    EXPECT_TRUE(staging().empty());
+    EXPECT_FALSE(fs::exists(records_));
 }
 
 TEST_F(Leftovers, AreForgottenOnceTheyAreGone) {
