@@ -6,7 +6,10 @@ add_library(quorvane_options INTERFACE)
 target_compile_features(quorvane_options INTERFACE cxx_std_20)
 target_compile_options(quorvane_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
-  -Woverloaded-virtual -Wold-style-cast -Wcast-qual -Wformat=2 -Wundef -Werror)
+  -Woverloaded-virtual -Wold-style-cast -Wcast-qual -Wformat=2 -Wundef)
+if(QV_WARNINGS_AS_ERRORS)
+  target_compile_options(quorvane_options INTERFACE -Werror)
+endif()
 # g++ 12 takes the unused alternatives of a variant for uninitialised memory when it optimises; clang++
 # and the sanitizers look for the real thing.
 target_compile_options(quorvane_options INTERFACE

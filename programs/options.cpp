@@ -26,7 +26,8 @@ Arguments takeOptions(const Arguments& arguments, const std::vector<Option>& opt
             continue;
         }
         const std::size_t equals = next->starts_with("--") ? next->find('=') : std::string::npos;
-        const Option& option = find(next->substr(0, equals), options);
+        const std::string name = next->substr(0, equals);
+        const Option& option = find(name, options);
         if (!option.takesValue) {
             if (equals != std::string::npos) throw UsageError(option.name + " takes no value");
             option.take({});

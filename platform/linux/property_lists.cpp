@@ -101,14 +101,23 @@ std::optional<PropertyList> converted(plist_t node, int depth) {
     return type == PLIST_ARRAY ? convertedArray(node, depth) : convertedDictionary(node, depth);
 }
 
+/// Null for what is no list. From version 2.3 on the library would also tell the format.
+template <class Status, class... Format>
+plist_t read(Status (*fromMemory)(const char*, std::uint32_t, plist_t*, Format*...),
+             std::string_view bytes) {
+    plist_t node = nullptr;
+    fromMemory(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &node,
+               static_cast<Format*>(nullptr)...);
+    return node;
+}
+
 } // namespace
 
 Result<PropertyList> LinuxPropertyLists::parse(std::string_view bytes) {
     if (bytes.size() > kMaxFileSize) return systemError(EFBIG);
     if (!isHarmlessPropertyList(bytes)) return systemError(EINVAL);
-    plist_t node = nullptr;
-    ::plist_from_memory(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &node);
-    const std::unique_ptr<void, FreeNode> owner(node);
+    const std::unique_ptr<void, FreeNode> owner(read(::plist_from_memory, bytes));
+    plist_t node = owner.get();
     if (node == nullptr) return systemError(EINVAL);
     auto list = converted(node, 0);
     if (!list) return systemError(EINVAL);

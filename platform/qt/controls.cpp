@@ -21,6 +21,12 @@ constexpr double kCardRadius = 10;
 constexpr int kRowMargin = 16;
 constexpr int kIconSize = 64;
 
+#if QT_VERSION >= QT_VERSION_CHECK(6, 7, 0)
+constexpr auto kStateChanged = &QCheckBox::checkStateChanged;
+#else
+constexpr auto kStateChanged = &QCheckBox::stateChanged; // of later versions not to be used
+#endif
+
 int stateNumber(int qtState) {
     switch (qtState) {
     case Qt::Checked:
@@ -85,7 +91,7 @@ QSize TextLabel::minimumSizeHint() const {
 }
 
 void CheckBoxState::follow(const std::shared_ptr<CheckBoxState>& state, QCheckBox& box) {
-    QObject::connect(&box, &QCheckBox::stateChanged, [state](int qtState) {
+    QObject::connect(&box, kStateChanged, [state](int qtState) {
         state->state_.store(stateNumber(qtState), std::memory_order_relaxed);
     });
 }

@@ -2,6 +2,7 @@
 #include "tests/kit/log/log_world.h"
 
 #include <cerrno>
+#include <initializer_list>
 
 #include <gmock/gmock.h>
 

@@ -6,6 +6,7 @@
 #include <utmpx.h>
 
 #include <cstring>
+#include <initializer_list>
 
 #include "tests/platform/linux/scratch_folder.h"
 

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <cstdlib>
 #include <vector>
 
 #include "tests/platform/linux/scratch_folder.h"
@@ -47,6 +48,17 @@ std::string binary(const std::vector<std::string>& objects) {
     const std::size_t tableOffset = bytes.size();
     return bytes + table + std::string(6, '\0') + "\x04\x04" + bigEndian(objects.size(), 8) +
            bigEndian(0, 8) + bigEndian(tableOffset, 8);
+}
+
+// The library's own binary form of a list, which is freed.
+std::string binaryForm(plist_t list) {
+    char* bytes = nullptr;
+    std::uint32_t length = 0;
+    ::plist_to_bin(list, &bytes, &length);
+    std::string form(bytes, length);
+    std::free(bytes); // its versions have different names for this
+    ::plist_free(list);
+    return form;
 }
 
 std::string nested(std::size_t depth, const std::string& opening, const std::string& closing) {
@@ -105,12 +117,7 @@ TEST_F(PropertyListsTest, ReadsTheBinaryFormat) {
     ::plist_dict_set_item(node, "CFBundleIdentifier", ::plist_new_string("com.quorvane.StageTidy"));
     const std::string longText(1000, 'x');
     ::plist_dict_set_item(node, "long", ::plist_new_string(longText.c_str()));
-    char* bytes = nullptr;
-    std::uint32_t length = 0;
-    ::plist_to_bin(node, &bytes, &length);
-    const std::string written(bytes, length);
-    ::plist_to_bin_free(bytes);
-    ::plist_free(node);
+    const std::string written = binaryForm(node);
 
     const auto list = lists.parse(written);
     ASSERT_TRUE(list);
@@ -135,12 +142,7 @@ TEST_F(PropertyListsTest, EveryCutAndFlippedByteIsSurvived) {
     ::plist_array_append_item(array, ::plist_new_string("text"));
     ::plist_array_append_item(array, ::plist_new_uint(300));
     ::plist_dict_set_item(node, "list", array);
-    char* bytes = nullptr;
-    std::uint32_t length = 0;
-    ::plist_to_bin(node, &bytes, &length);
-    const std::string sound(bytes, length);
-    ::plist_to_bin_free(bytes);
-    ::plist_free(node);
+    const std::string sound = binaryForm(node);
 
     ASSERT_EQ(errorOf(sound), 0);
     for (std::size_t cut = 0; cut < sound.size(); ++cut) (void)lists.parse(sound.substr(0, cut));
