@@ -54,6 +54,7 @@ private:
 
     CopiedItems* const copied_; ///< null where the source stays
     const Privileges privileges_;
+    FolderIdentity destination_; ///< the folder that the copy is made in
     FolderTrail sources_;
     FolderTrail copies_;
     std::vector<Level> levels_;
@@ -64,6 +65,7 @@ Result<void> TreeCopy::copy(ItemPlace source, Descriptor folder, const std::stri
     if (!from) return from.error();
     const Result<FolderIdentity> to = identify(folder);
     if (!to) return to.error();
+    destination_ = to.value();
     sources_.enter(std::move(source.folder), from.value());
     copies_.enter(std::move(folder), to.value());
     levels_.push_back({});
@@ -153,6 +155,8 @@ Result<void> TreeCopy::enter(const std::string& name, const std::string& as) {
     note(status);
     const Result<FolderIdentity> from = identify(source);
     if (!from) return from.error();
+    // By another mount, or moved here meanwhile: the copy would go on copying itself.
+    if (areOneFolder(from.value(), destination_)) return systemError(EINVAL);
     Result<std::vector<DirectoryEntry>> entries = readEntries(source.get());
     if (!entries) return entries.error();
     if (mkdirat(copies_.folder(), as.c_str(), S_IRWXU) != 0) return systemError();

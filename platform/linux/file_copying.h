@@ -12,7 +12,7 @@ namespace quorvane::platform::linux_ {
 /// its own name when it is whole. Walks by descriptor, few of them open at a time. The copy has the
 /// source's access control lists or none, and never those of its folder. What has no effect on the
 /// source's volume has none in the copy: set-id bits and the like are left out, devices are EPERM.
-/// EINVAL for a copy into the source itself.
+/// EINVAL for a copy into the source itself, also where only another mount leads into it.
 Result<void> copyTree(const Path& source, const Path& destination);
 /// The same as if the source's volume gave privileges no effect, where they are to be dropped.
 Result<void> copyTree(const ItemPlace& source, const ItemPlace& destination,

@@ -23,6 +23,10 @@ Result<FolderIdentity> identify(const Descriptor& folder) {
                           tellsMount ? status.stx_mnt_id : 0};
 }
 
+bool areOneFolder(const FolderIdentity& one, const FolderIdentity& other) {
+    return one.device == other.device && one.inode == other.inode;
+}
+
 bool areOnOneMount(const FolderIdentity& one, const FolderIdentity& other) {
     return one.mount == other.mount && (one.mount != 0 || one.device == other.device);
 }

@@ -21,6 +21,9 @@ struct FolderIdentity {
 
 Result<FolderIdentity> identify(const Descriptor& folder);
 
+/// Whether it is the same folder, by whatever mount it was reached.
+bool areOneFolder(const FolderIdentity& one, const FolderIdentity& other);
+
 /// Whether nothing is mounted between two folders; by their volumes where the kernel does not tell
 /// the mounts.
 bool areOnOneMount(const FolderIdentity& one, const FolderIdentity& other);

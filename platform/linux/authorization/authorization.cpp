@@ -1,6 +1,7 @@
 #include "platform/linux/authorization/authorization.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <map>
 #include <mutex>
@@ -34,6 +35,8 @@ namespace {
 constexpr const char* kAdministratorRight = "system.privilege.admin";
 /// Names the user who was asked; set by pkexec, and asked for by the helper.
 constexpr const char* kAskedUser = "PKEXEC_UID";
+/// How long the system may look at a password that nobody needs to type.
+constexpr std::chrono::seconds kPasswordLimit{60};
 
 bool isForAdministrator(const AuthorizationItems& rights) {
     return !rights.empty() && std::all_of(rights.begin(), rights.end(), [](const auto& right) {
@@ -81,10 +84,11 @@ private:
 
     AuthorizationStatus startSession(OpaqueAuthorization& authorization, const Path& program,
                                      const Arguments& arguments, const Environment& environment,
-                                     const PolkitWatch* watch = nullptr);
+                                     const PolkitWatch* watch = nullptr,
+                                     std::chrono::milliseconds limit = kNoLimit);
     AuthorizationStatus startInherited(OpaqueAuthorization& authorization);
     AuthorizationStatus startWithPolkit(OpaqueAuthorization& authorization,
-                                        const PolkitWatch& watch);
+                                        const PolkitWatch& watch, std::chrono::milliseconds limit);
     AuthorizationStatus startWithDialog(OpaqueAuthorization& authorization);
     AuthorizationStatus startWithCredentials(OpaqueAuthorization& authorization,
                                              const AuthorizationItems& environment);
@@ -155,14 +159,13 @@ LinuxAuthorization::Held LinuxAuthorization::find(AuthorizationRef reference) {
     return found == references_.end() ? nullptr : found->second;
 }
 
-AuthorizationStatus LinuxAuthorization::startSession(OpaqueAuthorization& authorization,
-                                                     const Path& program,
-                                                     const Arguments& arguments,
-                                                     const Environment& environment,
-                                                     const PolkitWatch* watch) {
+AuthorizationStatus
+LinuxAuthorization::startSession(OpaqueAuthorization& authorization, const Path& program,
+                                 const Arguments& arguments, const Environment& environment,
+                                 const PolkitWatch* watch, std::chrono::milliseconds limit) {
     auto helper = SocketChild::start(program, arguments, environment);
     if (!helper) return kAuthorizationDenied;
-    const AuthorizationStatus status = waitUntilGranted(helper.value(), watch);
+    const AuthorizationStatus status = waitUntilGranted(helper.value(), watch, limit);
     if (status == kAuthorizationSuccess)
         authorization.session =
             std::make_shared<HelperSession>(helper.value().releaseSocket(), trash_);
@@ -176,15 +179,16 @@ AuthorizationStatus LinuxAuthorization::startInherited(OpaqueAuthorization& auth
 }
 
 AuthorizationStatus LinuxAuthorization::startWithPolkit(OpaqueAuthorization& authorization,
-                                                        const PolkitWatch& watch) {
+                                                        const PolkitWatch& watch,
+                                                        std::chrono::milliseconds limit) {
     return startSession(authorization, programs_.pkexec,
                         {"--disable-internal-agent", programs_.helper}, {{"PATH", kTrustedPath}},
-                        &watch);
+                        &watch, limit);
 }
 
 AuthorizationStatus LinuxAuthorization::startWithDialog(OpaqueAuthorization& authorization) {
     const auto watch = PolkitWatch::start(programs_.passwordAgent);
-    return watch ? startWithPolkit(authorization, *watch) : kAuthorizationInternal;
+    return watch ? startWithPolkit(authorization, *watch, kNoLimit) : kAuthorizationInternal;
 }
 
 AuthorizationStatus
@@ -198,7 +202,7 @@ LinuxAuthorization::startWithCredentials(OpaqueAuthorization& authorization,
     const auto [status, agent] =
         CredentialAgent::start(programs_.passwordAgent, *user, *password, programs_.agentTest);
     if (!agent) return status;
-    const auto granted = startWithPolkit(authorization, *watch);
+    const auto granted = startWithPolkit(authorization, *watch, kPasswordLimit);
     // The agent dismisses a question that it cannot answer; nobody has cancelled anything.
     return granted == kAuthorizationCanceled ? kAuthorizationDenied : granted;
 }

@@ -14,11 +14,14 @@ constexpr int kDismissed = 126;
 /// How long a program that has closed its socket may take to exit.
 constexpr std::chrono::seconds kExitLimit{5};
 
-/// Waits for a word or the end of the helper. False when the watch comes to its end before.
-bool hearsFrom(const SocketChild& helper, const PolkitWatch* watch) {
+/// Waits for a word or the end of the helper. False when the watch comes to its end before, or the
+/// limit is reached.
+bool hearsFrom(const SocketChild& helper, const PolkitWatch* watch,
+               std::chrono::milliseconds limit) {
     std::array<pollfd, 2> ends{
         {{helper.socket(), POLLIN, 0}, {watch == nullptr ? -1 : watch->socket(), POLLIN, 0}}};
-    retryInterrupted([&] { return ::poll(ends.data(), ends.size(), -1); });
+    const int timeout = static_cast<int>(limit.count());
+    retryInterrupted([&] { return ::poll(ends.data(), ends.size(), timeout); });
     return ends[0].revents != 0;
 }
 
@@ -39,8 +42,9 @@ std::optional<PolkitWatch> PolkitWatch::start(const Path& program,
     return PolkitWatch(std::move(*child));
 }
 
-AuthorizationStatus waitUntilGranted(SocketChild& helper, const PolkitWatch* watch) {
-    if (!hearsFrom(helper, watch)) {
+AuthorizationStatus waitUntilGranted(SocketChild& helper, const PolkitWatch* watch,
+                                     std::chrono::milliseconds limit) {
+    if (!hearsFrom(helper, watch, limit)) {
         giveUp(helper);
         return kAuthorizationInternal;
     }

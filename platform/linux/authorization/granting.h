@@ -33,10 +33,14 @@ private:
     SocketChild child_;
 };
 
+/// How long a user may take to answer.
+constexpr std::chrono::milliseconds kNoLimit{-1};
+
 /// Waits, as long as the user takes to answer, until the helper says that the right is granted:
 /// success, kAuthorizationCanceled when the user has dismissed the dialog, else
 /// kAuthorizationDenied. With a watch, waits no longer than polkit answers:
-/// kAuthorizationInternal, and what was to become the helper is ended.
-AuthorizationStatus waitUntilGranted(SocketChild& helper, const PolkitWatch* watch = nullptr);
+/// kAuthorizationInternal, and what was to become the helper is ended. So it is at the limit.
+AuthorizationStatus waitUntilGranted(SocketChild& helper, const PolkitWatch* watch = nullptr,
+                                     std::chrono::milliseconds limit = kNoLimit);
 
 } // namespace quorvane::platform::linux_

@@ -19,6 +19,8 @@ from administration import Administration
 SEIZE, INTERRUPT = 0x4206, 0x4207
 # How long a system that does not answer may keep the client, in seconds.
 LIMIT = 45
+# The same for one that looks at a password.
+PASSWORD_LIMIT = 90
 
 
 def left():
@@ -48,8 +50,8 @@ class TroubleWhileAsking(unittest.TestCase):
             self.fail(f"the client still waits after {limit} s")
         return int(client.answer()[0])
 
-    def check_fails(self, client):
-        self.assertIn(self.answer(client), (DENIED, INTERNAL))
+    def check_fails(self, client, limit=LIMIT):
+        self.assertIn(self.answer(client, limit), (DENIED, INTERNAL))
         wait_until(lambda: not left(), 10)
 
     def check_nothing_comes_of_it_later(self):
@@ -89,6 +91,20 @@ class TroubleWhileAsking(unittest.TestCase):
         wait_until(lambda: not any(map(processes, PROVERS)), 10)
         self.polkit.send_signal(signal.SIGCONT)
         time.sleep(1)
+        self.assertEqual(left(), [])
+
+    def test_what_looks_at_a_password_stops(self):
+        client = ServiceClient()
+        self.addCleanup(client.__exit__)
+        client.order("login", ADMINISTRATOR, "wrong")
+        wait_until(lambda: any(map(processes, PROVERS)))
+        provers = [pid for program in PROVERS for pid in processes(program)]
+        for pid in provers:
+            os.kill(pid, signal.SIGSTOP)
+        self.check_fails(client, PASSWORD_LIMIT)
+        for pid in provers:
+            os.kill(pid, signal.SIGCONT)
+        wait_until(lambda: not any(map(processes, PROVERS)), 10)
         self.assertEqual(left(), [])
 
     def test_polkit_that_is_stuck_is_not_asked(self):

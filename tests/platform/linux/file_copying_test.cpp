@@ -19,6 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using platform::linux_::Descriptor;
+using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 constexpr std::size_t kMiB = 1024UL * 1024;
@@ -142,6 +143,26 @@ TEST_F(FileCopying, OntoAReadOnlyDiskFails) {
         EXPECT_FALSE(contains("moved"));
         EXPECT_TRUE(copy("volume/file", "copy").ok());
         EXPECT_TRUE(contains("file"));
+    });
+}
+
+TEST_F(FileCopying, EndsWhereItMeetsItselfByAnotherMount) {
+    QV_NEEDS_SUPERUSER();
+    scratch_.addFolder("view");
+    inPrivateMounts([&] {
+        addVolume("volume"); // which a copy of the copy would fill
+        scratch_.addFile("volume/tree/below/file", "content");
+        scratch_.addFolder("volume/tree/shown");
+        scratch_.addFolder("volume/beside");
+        bindFolder(scratch_ / "volume/tree/below", scratch_ / "view");
+        EXPECT_EQ(copy("volume/tree", "view/copy").error().code, EINVAL);
+        EXPECT_THAT(names("view"), ElementsAre("file"));
+        EXPECT_EQ(move("volume/tree", "view/moved").error().code, EINVAL);
+        EXPECT_THAT(names("view"), ElementsAre("file"));
+        bindFolder(scratch_ / "volume/beside", scratch_ / "volume/tree/shown");
+        EXPECT_EQ(copy("volume/tree", "volume/beside/copy").error().code, EINVAL);
+        EXPECT_THAT(names("volume/beside"), IsEmpty());
+        EXPECT_EQ(contentOf(scratch_ / "volume/tree/below/file"), "content");
     });
 }
 

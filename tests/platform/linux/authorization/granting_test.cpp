@@ -30,10 +30,10 @@ protected:
         return PolkitWatch::start(addScript(scratch_, "watch", lines));
     }
     /// What comes of waiting for a helper that does this.
-    AuthorizationStatus statusOf(const std::string& lines,
-                                 const PolkitWatch* watch = nullptr) const {
+    AuthorizationStatus statusOf(const std::string& lines, const PolkitWatch* watch = nullptr,
+                                 std::chrono::milliseconds limit = kNoLimit) const {
         auto helper = SocketChild::start(addScript(scratch_, "helper", lines), {}, {});
-        return helper ? waitUntilGranted(helper.value(), watch) : kAuthorizationInvalidRef;
+        return helper ? waitUntilGranted(helper.value(), watch, limit) : kAuthorizationInvalidRef;
     }
 
     const testing::TimeLimit timeLimit_;
@@ -71,6 +71,15 @@ TEST_F(GrantingTest, IsGivenUpWhenPolkitNoLongerAnswers) {
         const auto watch = startWatch(kReady + "sleep 0.2\n");
         ASSERT_TRUE(watch);
         EXPECT_EQ(statusOf(kHang, &*watch), kAuthorizationInternal);
+    }
+    EXPECT_TRUE(eventually([] { return !hasChildren(); }));
+}
+
+TEST_F(GrantingTest, IsGivenUpAtTheLimitThoughPolkitAnswers) {
+    {
+        const auto watch = startWatch(kReady + kStay);
+        ASSERT_TRUE(watch);
+        EXPECT_EQ(statusOf(kHang, &*watch, std::chrono::milliseconds(100)), kAuthorizationInternal);
     }
     EXPECT_TRUE(eventually([] { return !hasChildren(); }));
 }
