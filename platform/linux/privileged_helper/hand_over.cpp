@@ -52,10 +52,11 @@ std::optional<uid_t> userOf(int folder) {
 }
 
 /// Whether a user can go into a folder, as far as modes tell: a list may give more, or deny it.
+/// Whether the user is one of the group is not asked.
 bool isOpenTo(uid_t user, int folder) {
     return !anyOnTheWayUp(folder, [&](const struct stat& status) {
-        const mode_t needed = status.st_uid == user ? S_IXUSR : S_IXOTH;
-        return (status.st_mode & needed) == 0;
+        const mode_t needed = status.st_uid == user ? S_IXUSR : S_IXGRP | S_IXOTH;
+        return (status.st_mode & needed) != needed;
     });
 }
 

@@ -125,11 +125,13 @@ TEST_F(HandOver, WhatOnlyTheSuperuserCouldReachIsNotMovedToAUser) {
     addCapable("closed/capable");
     addDevice("closed/null");
     HelperProcess helper;
-    for (const std::string item : {"program", "capable", "null"}) {
-        EXPECT_EQ(
-            helper.refusal({"/bin/mv", "-f", scratch_ / ("closed/" + item), users_ + "/" + item}),
-            EPERM);
-        EXPECT_TRUE(fs::exists(scratch_ / ("closed/" + item))) << item;
+    for (const mode_t mode : {0700U, 0705U, 0750U}) { // the user may be one of the group
+        ASSERT_EQ(chmod((scratch_ / "closed").c_str(), mode), 0);
+        for (const std::string item : {"program", "capable", "null"}) {
+            const Path closed = scratch_ / ("closed/" + item);
+            EXPECT_EQ(helper.refusal({"/bin/mv", "-f", closed, users_ + "/" + item}), EPERM);
+            EXPECT_TRUE(fs::exists(closed)) << item;
+        }
     }
     EXPECT_TRUE(fs::is_empty(users_));
     // Anything else may go, and these may go where the user gains nothing.
