@@ -74,7 +74,9 @@ public:
     Result<StreamHandle> openExisting(const Path& path) override {
         return openExistingStream(path);
     }
-    Result<StreamHandle> openForAppending(const Path& path) override { return openAppendStream(path); }
+    Result<StreamHandle> openForAppending(const Path& path) override {
+        return openAppendStream(path);
+    }
     Result<void> seek(StreamHandle handle, std::uint64_t position) override {
         return seekStream(descriptorOf(handle), position);
     }
