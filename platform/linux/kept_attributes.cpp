@@ -2,6 +2,7 @@
 
 #include <endian.h>
 #include <fcntl.h>
+#include <linux/limits.h>
 #include <sys/statvfs.h>
 #include <sys/xattr.h>
 #include <unistd.h>
