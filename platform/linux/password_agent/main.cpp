@@ -102,7 +102,7 @@ public:
     Agent()
         : listener_({.begin = [this](const Request& request) { return begin(request); },
                      .ask = [this] { answer(); },
-                     .end = [](Outcome) {}}) {}
+                     .end = [this](Outcome) { end(); }}) {}
 
     int run() {
         const auto process = client();
@@ -138,11 +138,17 @@ private:
         return false;
     }
 
-    std::optional<uid_t> begin(const Request& request) const {
+    std::optional<uid_t> begin(const Request& request) {
         if (request.action != kAction || !credentials_.known()) return std::nullopt;
         const passwd* const entry = getpwnam(credentials_.user());
         if (!entry) return std::nullopt;
+        hasBegun_ = true;
         return entry->pw_uid;
+    }
+
+    /// What looks at the password may hang; whoever cancels it waits for its end.
+    void end() const {
+        if (hasBegun_) limitTime();
     }
 
     void answer() {
@@ -153,6 +159,7 @@ private:
     std::unique_ptr<GMainLoop, Unref> loop_{g_main_loop_new(nullptr, FALSE)};
     Credentials credentials_;
     bool received_ = false;
+    bool hasBegun_ = false; ///< whether a question was one to answer
     int status_ = 1;
     PasswordListener listener_;
 };

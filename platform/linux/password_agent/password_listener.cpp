@@ -181,6 +181,9 @@ void PasswordListener::State::cancel() {
 void PasswordListener::State::end(Outcome outcome) {
     const Owned<GTask> task = std::move(task_);
     const Owned<PolkitAgentSession> session = std::move(session_);
+    // First, for a session that is cancelled waits until what looks at the password has ended, and
+    // the program that asked may end this one as soon as polkit knows.
+    hooks_.end(outcome);
     if (session) {
         g_signal_handlers_disconnect_by_data(session.get(), this);
         if (outcome == Outcome::cancelled) polkit_agent_session_cancel(session.get());
@@ -188,8 +191,6 @@ void PasswordListener::State::end(Outcome outcome) {
             g_signal_handlers_disconnect_by_data(cancellable, this);
         }
     }
-    // First, for the program that asked may end this one as soon as polkit knows.
-    hooks_.end(outcome);
     if (outcome == Outcome::cancelled) {
         g_task_return_new_error(task.get(), POLKIT_ERROR, POLKIT_ERROR_CANCELLED, "cancelled");
     } else {
