@@ -37,8 +37,10 @@ class SocketChildTest : public ::testing::Test {
 protected:
     void TearDown() override { ::prctl(PR_SET_DUMPABLE, 1, 0, 0, 0); } // for leak checkers
 
-    Result<SocketChild> start(const std::string& lines) const {
-        return SocketChild::start(addScript(scratch_, "child", lines), {"one", "two words"},
+    /// Each child has a script of its own: an earlier one may not have read its whole yet.
+    Result<SocketChild> start(const std::string& lines) {
+        const std::string name = "child " + std::to_string(++children_);
+        return SocketChild::start(addScript(scratch_, name, lines), {"one", "two words"},
                                   {{"A", "b c"}});
     }
     static std::string receive(int socket) {
@@ -53,6 +55,7 @@ protected:
 
     const testing::TimeLimit timeLimit_;
     const testing::ScratchFolder scratch_;
+    int children_ = 0;
 };
 
 TEST_F(SocketChildTest, HasTheSocketAndNothingElseOfItsParents) {
