@@ -16,7 +16,7 @@ import sample_installation
 import trash
 from administration import Administration
 from outcome import Outcome, world
-from session import NOTES, UID, as_user
+from session import NOTES, UID, as_user, begin_notes
 
 # After how many items in the Trash it is killed: among those of the user, of the superuser, and
 # where one kind follows the other.
@@ -112,11 +112,7 @@ class KillTest(unittest.TestCase):
 def main():
     if not PASSWORD:
         return 77
-    os.makedirs(NOTES)
-    os.chmod(NOTES, 0o777)
-    # Nothing runs that would have to quit first.
-    with open(NOTES + "/release", "x", encoding="ascii"):
-        pass
+    begin_notes()
     with Administration():
         return 0 if unittest.main(argv=sys.argv[:1], exit=False).result.wasSuccessful() else 1
 

@@ -19,7 +19,7 @@ import trash
 from administration import Administration
 from outcome import Outcome, world
 from sample_installation import HOME, TRASH
-from session import NOTES, UID, USER, as_user
+from session import UID, USER, as_user, begin_notes
 
 IDENTIFIER = catalogue.SHARED_IDENTIFIERS[1]
 NAME = "Quorvane Refresher.app"
@@ -262,11 +262,7 @@ class OddHomes(PlacesTest):
 def main():
     if not PASSWORD:
         return 77
-    os.makedirs(NOTES)
-    os.chmod(NOTES, 0o777)
-    # Nothing runs that would have to quit first.
-    with open(NOTES + "/release", "x", encoding="ascii"):
-        pass
+    begin_notes()
     with Administration():
         return 0 if unittest.main(argv=sys.argv[:1], exit=False).result.wasSuccessful() else 1
 

@@ -20,7 +20,7 @@ sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."
 import asking
 from accounting import Comparison, look, trashes
 from administration import Administration
-from session import NOTES, as_user
+from session import as_user, begin_notes
 from things import COLLEAGUE, COLLEAGUES_HOME, HOME, file, folder
 
 PASSWORD = os.environ.get("WORLD_ADMINISTRATOR_PASSWORD", "")
@@ -184,9 +184,5 @@ def main():
     HostileWorld.uninstaller, HostileWorld.agent = sys.argv[1:3]
     resource.setrlimit(resource.RLIMIT_NOFILE,
                        (DESCRIPTORS, resource.getrlimit(resource.RLIMIT_NOFILE)[1]))
-    os.makedirs(NOTES, exist_ok=True)
-    os.chmod(NOTES, 0o777)
-    # Nothing runs that would have to quit first.
-    with open(NOTES + "/release", "w", encoding="ascii"):
-        pass
+    begin_notes()
     unittest.main(argv=sys.argv[:1] + sys.argv[3:], verbosity=2)

@@ -21,7 +21,7 @@ import sample_installation
 import trash
 from administration import Administration
 from outcome import Outcome, world
-from session import NOTES, UID, as_user
+from session import NOTES, UID, as_user, begin_notes
 
 SUPPORT, APPLICATIONS = sample_installation.SUPPORT[1], "/Applications/Quorvane"
 GRANTED = ("--user", ADMINISTRATOR, "--password", PASSWORDS[ADMINISTRATOR])
@@ -164,11 +164,7 @@ class Waiting(Uninstall):
 def main():
     if not ADMINISTRATOR:
         return 77
-    os.makedirs(NOTES)
-    os.chmod(NOTES, 0o777)
-    # Nothing runs that would have to quit first.
-    with open(NOTES + "/release", "x", encoding="ascii"):
-        pass
+    begin_notes()
     suite = sys.argv[3]
     with Administration(polkit="hung" if suite == "Waiting" else "running"):
         run = unittest.main(argv=[sys.argv[0], suite], verbosity=2, exit=False)
